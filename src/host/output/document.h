@@ -69,7 +69,7 @@ struct OutputNode {
 // any procedure.
 struct OutputDocument {
   std::string title = "Output";
-  OutputNode root{NodeKind::Heading};
+  OutputNode root;  // a Heading: procedures and loose messages
 
   // Every message of the document in order, found anywhere in the outline.
   std::vector<const MessageRecord*> Messages() const;

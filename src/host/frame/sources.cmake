@@ -1,1 +1,0 @@
-target_sources(tcm_host PRIVATE ${CMAKE_CURRENT_LIST_DIR}/../session.cpp)

@@ -1,1 +1,0 @@
-# Sources of the module's frame.

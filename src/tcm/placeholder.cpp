@@ -1,0 +1,1 @@
+// Keeps the module library non-empty until the frame lands.
