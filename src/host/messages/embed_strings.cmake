@@ -1,3 +1,10 @@
-# Writes the string table into a C++ source so the program carries its own copy.
-file(READ "${INPUT}" content)
-file(WRITE "${OUTPUT}" "// Generated from resources/strings.txt; do not edit.\nextern const char* const kBuiltInStringTable;\nconst char* const kBuiltInStringTable = R\"tcmstrings(${content})tcmstrings\";\n")
+# Writes the string tables into one C++ source so the program carries its own copy.
+file(GLOB tables "${INPUT_DIR}/*.txt")
+list(SORT tables)
+set(content "")
+foreach(table ${tables})
+  file(READ "${table}" text)
+  string(APPEND content "${text}\n")
+endforeach()
+file(WRITE "${OUTPUT}.tmp" "// Generated from resources/strings; do not edit.\nextern const char* const kBuiltInStringTable;\nconst char* const kBuiltInStringTable = R\"tcmstrings(${content})tcmstrings\";\n")
+file(COPY_FILE "${OUTPUT}.tmp" "${OUTPUT}" ONLY_IF_DIFFERENT)

@@ -1,7 +1,9 @@
 // This file contains the string table and the host's resource paths.
 #include "host/messages/fac_st_dictionary.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -61,13 +63,20 @@ std::map<std::string, std::string> FacSTDictionary::Parse(const std::string& tex
 FacSTDictionary::FacSTDictionary() : texts_(Parse(kBuiltInStringTable)), origin_("built-in") {}
 
 FacSTDictionary::FacSTDictionary(const std::string& folder) {
-  std::ifstream file(folder + "/strings.txt", std::ios::binary);
-  if (file) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  std::vector<fs::path> files;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+    if (it->path().extension() == ".txt") files.push_back(it->path());
+  }
+  std::sort(files.begin(), files.end());
+  for (const auto& path : files) {
+    std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
-    texts_ = Parse(text.str());
-    origin_ = folder + "/strings.txt";
+    for (auto& [key, value] : Parse(text.str())) texts_[key] = std::move(value);
   }
+  origin_ = folder;
   if (texts_.empty()) {
     texts_ = Parse(kBuiltInStringTable);
     origin_ = "built-in";
@@ -99,12 +108,12 @@ PathFinder PathFactory::getPathInstance(int kind) {
   if (kind == 3) {
     if (const host::Session* session = host::CurrentSession();
         session != nullptr && !session->resource_dir.empty()) {
-      return PathFinder(session->resource_dir);
+      return PathFinder(session->resource_dir + "/strings");
     }
     if (const char* dir = std::getenv("TCM_RESOURCE_DIR"); dir != nullptr && *dir != '\0') {
-      return PathFinder(dir);
+      return PathFinder(std::string(dir) + "/strings");
     }
-    return PathFinder(TCM_RESOURCE_DIR);
+    return PathFinder(TCM_RESOURCE_DIR "/strings");
   }
   return PathFinder(".");
 }

@@ -1,7 +1,7 @@
 // This file contains FacSTDictionary, the string table: the English text of every message key,
 // every ParserMessage method ("ParserMessage.<Method>") and every translatable output word.
-// The table is the text file resources/strings.txt, one "key = text" a line, with %1..%5 for
-// arguments; a copy is compiled into the program so it works wherever it is installed.
+// The table is the folder resources/strings: files "*.txt" of "key = text" lines, with %1..%5
+// for arguments; a copy is compiled into the program so it works wherever it is installed.
 #pragma once
 
 #include <map>
@@ -10,7 +10,7 @@
 
 class FacSTDictionary {
  public:
-  // Loads "strings.txt" from `folder`; when that file cannot be read, the built-in copy is used.
+  // Loads every "*.txt" of `folder`; when none can be read, the built-in copy is used.
   explicit FacSTDictionary(const std::string& folder);
   // The built-in copy only.
   FacSTDictionary();
