@@ -26,6 +26,7 @@ SessionScope::SessionScope(Session& session) : previous_(current_session) {
 SessionScope::~SessionScope() { current_session = previous_; }
 
 void Session::Post(MessageRecord message) {
+  if (message.severity == Severity::Error) ++error_count;
   if (err != nullptr) {
     *err << SeverityWord(message.severity) << ": ";
     if (!message.command.empty()) *err << message.command << ": ";

@@ -36,6 +36,9 @@ struct Session {
   std::string resource_dir;  // folder of the string table; empty: the built-in default
   std::string trace_dir;     // where flow scripts and JSON are traced; empty: off
   std::ostream* err = nullptr;  // where messages are echoed ("Error: TCM MODEL: ..."); may be null
+  bool check_only = false;       // `tcm check`: commands parse and validate, and run nothing
+  int error_count = 0;           // errors posted so far
+  std::vector<MessageRecord> pending_errors;  // errors held back until the command's end
 
   // Adds a message at the current point of the output (the open procedure, else the document's
   // top level) and echoes it to `err`.

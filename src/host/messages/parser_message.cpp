@@ -27,11 +27,10 @@ ParserMessage::ParserMessage() = default;
 void ParserMessage::SetCommandName(const std::string& name) { command_name_ = name; }
 void ParserMessage::SetProcedureTitle(const std::string& title) { procedure_title_ = title; }
 
-void ParserMessage::Emit(Severity severity, const std::string& source,
+void ParserMessage::Emit(Severity severity, const std::string& source, bool by_key,
                          std::vector<std::string> args) {
-  // Keys of the module stand in the table under their own name; methods under "ParserMessage.".
-  const bool is_key = source.size() > 4 && source.compare(source.size() - 4, 4, "_KEY") == 0;
-  const std::string table_key = is_key ? source : "ParserMessage." + source;
+  // Keys stand in the table under their own name; methods under "ParserMessage.".
+  const std::string table_key = by_key ? source : "ParserMessage." + source;
   while (!args.empty() && args.back().empty()) args.pop_back();
   host::MessageRecord record;
   record.severity = severity;
@@ -48,22 +47,22 @@ void ParserMessage::Emit(Severity severity, const std::string& source,
 void ParserMessage::SimpleError(const std::string& key, const std::string& a1,
                                 const std::string& a2, const std::string& a3,
                                 const std::string& a4, const std::string& a5) {
-  Emit(Severity::Error, key, {a1, a2, a3, a4, a5});
+  Emit(Severity::Error, key, true, {a1, a2, a3, a4, a5});
 }
 void ParserMessage::SimpleWarning(const std::string& key, const std::string& a1,
                                   const std::string& a2, const std::string& a3,
                                   const std::string& a4, const std::string& a5) {
-  Emit(Severity::Warning, key, {a1, a2, a3, a4, a5});
+  Emit(Severity::Warning, key, true, {a1, a2, a3, a4, a5});
 }
 void ParserMessage::GenericError(const std::string& key, const std::string& a1,
                                  const std::string& a2, const std::string& a3,
                                  const std::string& a4, const std::string& a5) {
-  Emit(Severity::Error, key, {a1, a2, a3, a4, a5});
+  Emit(Severity::Error, key, true, {a1, a2, a3, a4, a5});
 }
 void ParserMessage::GenericWarning(const std::string& key, const std::string& a1,
                                    const std::string& a2, const std::string& a3,
                                    const std::string& a4, const std::string& a5) {
-  Emit(Severity::Warning, key, {a1, a2, a3, a4, a5});
+  Emit(Severity::Warning, key, true, {a1, a2, a3, a4, a5});
 }
 std::string ParserMessage::GetTranslatedText(const std::string& key, const std::string& a1,
                                              const std::string& a2, const std::string& a3,
@@ -73,11 +72,11 @@ std::string ParserMessage::GetTranslatedText(const std::string& key, const std::
 }
 
 void ParserMessage::HostError(const std::string& key, const std::vector<std::string>& args) {
-  Emit(Severity::Error, key, args);
+  Emit(Severity::Error, key, true, args);
 }
 
-#define TCM_ERROR(Method, ...) Emit(Severity::Error, #Method, {__VA_ARGS__})
-#define TCM_WARNING(Method, ...) Emit(Severity::Warning, #Method, {__VA_ARGS__})
+#define TCM_ERROR(Method, ...) Emit(Severity::Error, #Method, false, {__VA_ARGS__})
+#define TCM_WARNING(Method, ...) Emit(Severity::Warning, #Method, false, {__VA_ARGS__})
 
 using S = const std::string&;
 

@@ -111,7 +111,8 @@ class ParserMessage {
   const std::vector<host::MessageRecord>& Raised() const { return raised_; }
 
  private:
-  void Emit(host::Severity severity, const std::string& source, std::vector<std::string> args);
+  void Emit(host::Severity severity, const std::string& source, bool by_key,
+            std::vector<std::string> args);
 
   std::string command_name_;
   std::string procedure_title_;

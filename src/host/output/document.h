@@ -2,6 +2,7 @@
 // holding texts, tables, charts, interactive objects, notes and messages, in order.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -56,6 +57,7 @@ struct OutputNode {
   std::string title;  // already translated
   std::vector<std::unique_ptr<OutputNode>> children;  // Procedure and Heading only
   std::vector<std::string> lines;                     // Text
+  std::size_t front_lines = 0;  // Text: leading lines placed at the front (RV_ToFront)
   Table table;                                        // Table and Notes
   MessageRecord message;                              // Message
   nlohmann::json payload;                             // Chart and Interactive

@@ -1,0 +1,18 @@
+# Writes the report's HTML template, CSS and JavaScript into one C++ source as raw strings.
+# Called with -DHTML=<file> -DCSS=<file> -DJS=<file> -DOUTPUT=<file.cpp>.
+set(delimiter "tcmasset")
+set(content "// Generated from src/host/output/assets; do not edit.\n#include \"host/output/report_assets.h\"\n\nnamespace host {\n")
+foreach(pair "kReportHtml;${HTML}" "kReportCss;${CSS}" "kReportJs;${JS}")
+  list(GET pair 0 name)
+  list(GET pair 1 file)
+  file(READ "${file}" text)
+  string(FIND "${text}" ")${delimiter}\"" clash)
+  if(NOT clash EQUAL -1)
+    message(FATAL_ERROR "${file} holds the raw string delimiter )${delimiter}\"")
+  endif()
+  string(APPEND content "const char* const ${name} = R\"${delimiter}(${text})${delimiter}\";\n")
+endforeach()
+string(APPEND content "\n}  // namespace host\n")
+file(WRITE "${OUTPUT}.tmp" "${content}")
+file(COPY_FILE "${OUTPUT}.tmp" "${OUTPUT}" ONLY_IF_DIFFERENT)
+file(REMOVE "${OUTPUT}.tmp")

@@ -1,0 +1,20 @@
+// This file contains what the HTML and text renderers share about reading the document.
+#pragma once
+
+#include <string>
+
+#include "host/output/document.h"
+
+namespace host {
+
+// False for a heading with nothing below it but other empty headings: a place holder that no
+// object filled. Renderers for people leave such headings out.
+bool HasContent(const OutputNode &node);
+
+// The translated word for a severity ("Error", "Warning", "Note").
+std::string SeverityWord(Severity severity);
+
+// The lowercase name of a severity, as the JSON form and the HTML classes use it.
+const char *SeverityName(Severity severity);
+
+} // namespace host

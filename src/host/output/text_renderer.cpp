@@ -1,0 +1,295 @@
+// This file contains the text renderer of the output document.
+#include "host/output/text_renderer.h"
+
+#include <algorithm>
+
+#include "host/messages/fac_st_dictionary.h"
+#include "host/output/chart_data.h"
+#include "host/output/number_format.h"
+#include "host/output/render_common.h"
+
+namespace host {
+namespace {
+
+// Decodes the code point at `at`, advancing it; a byte that starts no valid sequence is one
+// code point of its own.
+char32_t NextCodePoint(const std::string &text, std::size_t &at) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = byte(at);
+  std::size_t length = lead < 0x80           ? 1
+                       : (lead >> 5) == 0x6  ? 2
+                       : (lead >> 4) == 0xE  ? 3
+                       : (lead >> 3) == 0x1E ? 4
+                                             : 0;
+  if (length <= 1 || at + length > text.size()) {
+    ++at;
+    return lead;
+  }
+  char32_t point = lead & (0xFF >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(at + i) & 0xC0) != 0x80) {
+      ++at;
+      return lead;
+    }
+    point = (point << 6) | (byte(at + i) & 0x3F);
+  }
+  at += length;
+  return point;
+}
+
+bool IsCombining(char32_t c) {
+  return (c >= 0x0300 && c <= 0x036F) || (c >= 0x1AB0 && c <= 0x1AFF) ||
+         (c >= 0x1DC0 && c <= 0x1DFF) || (c >= 0x20D0 && c <= 0x20FF) ||
+         (c >= 0xFE20 && c <= 0xFE2F) || c == 0x200B || c == 0x200D;
+}
+
+bool IsWide(char32_t c) {
+  return (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0x303E) ||
+         (c >= 0x3041 && c <= 0x33FF) || (c >= 0x3400 && c <= 0x4DBF) ||
+         (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0xA000 && c <= 0xA4CF) ||
+         (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
+         (c >= 0xFE30 && c <= 0xFE4F) || (c >= 0xFF00 && c <= 0xFF60) ||
+         (c >= 0xFFE0 && c <= 0xFFE6) || (c >= 0x1F300 && c <= 0x1F64F) ||
+         (c >= 0x1F900 && c <= 0x1F9FF) || (c >= 0x20000 && c <= 0x3FFFD);
+}
+
+std::vector<std::string> SplitLines(const std::string &text) {
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  while (true) {
+    const std::size_t newline = text.find('\n', start);
+    lines.push_back(text.substr(start, newline - start));
+    if (newline == std::string::npos)
+      return lines;
+    start = newline + 1;
+  }
+}
+
+std::string Repeat(const char *piece, std::size_t count) {
+  std::string out;
+  for (std::size_t i = 0; i < count; ++i)
+    out += piece;
+  return out;
+}
+
+enum class Align { Left, Right, Center };
+
+std::string Pad(const std::string &text, std::size_t width, Align align) {
+  const std::size_t used = DisplayWidth(text);
+  const std::size_t room = width > used ? width - used : 0;
+  switch (align) {
+  case Align::Left:
+    return text + std::string(room, ' ');
+  case Align::Right:
+    return std::string(room, ' ') + text;
+  case Align::Center:
+    return std::string(room / 2, ' ') + text + std::string(room - room / 2, ' ');
+  }
+  return text;
+}
+
+struct BoxCell {
+  std::vector<std::string> lines;
+  Align align = Align::Left;
+};
+
+class TextWriter {
+public:
+  void Node(const OutputNode &node, std::size_t indent);
+  std::string out;
+
+private:
+  void Line(std::size_t indent, const std::string &text) {
+    out += std::string(indent, ' ') + text + "\n";
+  }
+  void Gap() {
+    if (!out.empty() && out.size() >= 2 && out.compare(out.size() - 2, 2, "\n\n") != 0)
+      out += "\n";
+  }
+  void Container(const OutputNode &node, std::size_t indent);
+  void TableObject(const OutputNode &node, std::size_t indent);
+  void TextObject(const OutputNode &node, std::size_t indent);
+  void ChartObject(const OutputNode &node, std::size_t indent);
+  void Message(const OutputNode &node, std::size_t indent);
+};
+
+void TextWriter::Node(const OutputNode &node, std::size_t indent) {
+  switch (node.kind) {
+  case NodeKind::Procedure:
+  case NodeKind::Heading:
+    Container(node, indent);
+    break;
+  case NodeKind::Table:
+  case NodeKind::Notes:
+    TableObject(node, indent);
+    break;
+  case NodeKind::Text:
+    TextObject(node, indent);
+    break;
+  case NodeKind::Chart:
+  case NodeKind::Interactive:
+    ChartObject(node, indent);
+    break;
+  case NodeKind::Message:
+    Message(node, indent);
+    break;
+  }
+}
+
+void TextWriter::Container(const OutputNode &node, std::size_t indent) {
+  if (!HasContent(node))
+    return;
+  Gap();
+  const bool procedure = node.kind == NodeKind::Procedure;
+  Line(indent, node.title);
+  Line(indent, Repeat(procedure ? "=" : "-", std::max<std::size_t>(1, DisplayWidth(node.title))));
+  out += "\n";
+  for (const auto &child : node.children)
+    Node(*child, procedure ? indent : indent + 2);
+}
+
+void TextWriter::TableObject(const OutputNode &node, std::size_t indent) {
+  const Table &table = node.table;
+  Gap();
+  Line(indent, node.title.empty() ? table.title : node.title);
+
+  std::size_t columns = 0;
+  for (const auto &row : table.rows)
+    columns = std::max(columns, row.size());
+  if (columns == 0)
+    columns = table.column_labels.size();
+  const bool row_header = !table.row_labels.empty();
+  const bool corner = row_header && table.column_labels.size() == columns + 1;
+  const std::size_t first_label = corner ? 1 : 0;
+  const std::size_t width_count = columns + (row_header ? 1 : 0);
+  if (width_count == 0)
+    return;
+
+  // The grid of cells: a header row when there are column labels, then the body rows.
+  std::vector<std::vector<BoxCell>> grid;
+  if (!table.column_labels.empty()) {
+    std::vector<BoxCell> head;
+    if (row_header)
+      head.push_back({SplitLines(corner ? table.column_labels[0] : ""), Align::Left});
+    for (std::size_t c = 0; c < columns; ++c) {
+      const std::size_t at = first_label + c;
+      head.push_back({SplitLines(at < table.column_labels.size() ? table.column_labels[at] : ""),
+                      Align::Center});
+    }
+    grid.push_back(std::move(head));
+  }
+  const std::size_t body_start = grid.size();
+  const std::size_t rows = std::max(table.rows.size(), table.row_labels.size());
+  for (std::size_t r = 0; r < rows; ++r) {
+    std::vector<BoxCell> line;
+    if (row_header) {
+      line.push_back(
+          {SplitLines(r < table.row_labels.size() ? table.row_labels[r] : ""), Align::Left});
+    }
+    for (std::size_t c = 0; c < columns; ++c) {
+      const Cell *cell =
+          r < table.rows.size() && c < table.rows[r].size() ? &table.rows[r][c] : nullptr;
+      if (cell == nullptr) {
+        line.push_back({{""}, Align::Left});
+      } else {
+        line.push_back(
+            {SplitLines(FormatCell(*cell)), cell->is_number ? Align::Right : Align::Left});
+      }
+    }
+    grid.push_back(std::move(line));
+  }
+
+  std::vector<std::size_t> widths(width_count, 0);
+  for (const auto &line : grid) {
+    for (std::size_t c = 0; c < line.size(); ++c) {
+      for (const auto &text : line[c].lines)
+        widths[c] = std::max(widths[c], DisplayWidth(text));
+    }
+  }
+  const auto rule = [&](const char *left, const char *middle, const char *right) {
+    std::string text = left;
+    for (std::size_t c = 0; c < widths.size(); ++c) {
+      if (c > 0)
+        text += middle;
+      text += Repeat("\u2500", widths[c] + 2);
+    }
+    Line(indent, text + right);
+  };
+  rule("\u250C", "\u252C", "\u2510");
+  for (std::size_t r = 0; r < grid.size(); ++r) {
+    if (r == body_start && body_start > 0)
+      rule("\u251C", "\u253C", "\u2524");
+    std::size_t height = 1;
+    for (const auto &cell : grid[r])
+      height = std::max(height, cell.lines.size());
+    for (std::size_t k = 0; k < height; ++k) {
+      std::string text = "\u2502";
+      for (std::size_t c = 0; c < grid[r].size(); ++c) {
+        const BoxCell &cell = grid[r][c];
+        text += " " + Pad(k < cell.lines.size() ? cell.lines[k] : "", widths[c], cell.align) +
+                " \u2502";
+      }
+      Line(indent, text);
+    }
+  }
+  rule("\u2514", "\u2534", "\u2518");
+  for (std::size_t f = 0; f < table.footnotes.size(); ++f) {
+    const std::string mark =
+        f < 26 ? std::string(1, static_cast<char>('a' + f)) : std::to_string(f + 1);
+    Line(indent, mark + ". " + table.footnotes[f]);
+  }
+}
+
+void TextWriter::TextObject(const OutputNode &node, std::size_t indent) {
+  Gap();
+  Line(indent, node.title);
+  for (const auto &line : node.lines)
+    Line(indent + 2, line);
+}
+
+void TextWriter::ChartObject(const OutputNode &node, std::size_t indent) {
+  Gap();
+  Line(indent, node.title);
+  LineChart chart;
+  std::string problem;
+  if (ReadLineChart(node.payload, chart, problem)) {
+    for (const auto &line : DescribeLineChart(chart))
+      Line(indent + 2, line);
+  } else {
+    Line(indent + 2, FacSTDictionary::Shared().LookUp("Output.UnknownChart"));
+  }
+}
+
+void TextWriter::Message(const OutputNode &node, std::size_t indent) {
+  const MessageRecord &message = node.message;
+  Gap();
+  std::string head = SeverityWord(message.severity) + ": ";
+  if (!message.command.empty())
+    head += message.command + ": ";
+  const std::vector<std::string> lines = SplitLines(message.text);
+  Line(indent, head + lines.front());
+  for (std::size_t i = 1; i < lines.size(); ++i)
+    Line(indent + 2, lines[i]);
+}
+
+} // namespace
+
+std::size_t DisplayWidth(const std::string &text) {
+  std::size_t width = 0;
+  for (std::size_t at = 0; at < text.size();) {
+    const char32_t point = NextCodePoint(text, at);
+    if (IsCombining(point))
+      continue;
+    width += IsWide(point) ? 2 : 1;
+  }
+  return width;
+}
+
+std::string RenderText(const OutputDocument &document) {
+  TextWriter writer;
+  for (const auto &child : document.root.children)
+    writer.Node(*child, 0);
+  return writer.out;
+}
+
+} // namespace host

@@ -1,0 +1,226 @@
+// This file contains tests of the HTML, text and JSON renderers and of number formatting.
+#include <gtest/gtest.h>
+
+#include "host/messages/fac_st_dictionary.h"
+#include "host/output/chart_data.h"
+#include "host/output/html_renderer.h"
+#include "host/output/json_renderer.h"
+#include "host/output/number_format.h"
+#include "host/output/rv.h"
+#include "host/output/svg_chart.h"
+#include "host/output/text_renderer.h"
+#include "output_test_support.h"
+
+namespace host {
+namespace {
+
+using RendererTest = testing::SessionTest;
+
+std::vector<std::string> LinesOf(const std::string &text) {
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  for (std::size_t newline; (newline = text.find('\n', start)) != std::string::npos;) {
+    lines.push_back(text.substr(start, newline - start));
+    start = newline + 1;
+  }
+  return lines;
+}
+
+nlohmann::json LineChartPayload() {
+  return nlohmann::json::parse(R"({"kind":"line","x":["2020-01","2020-02","2020-03","2020-04"],
+      "series":[{"name":"Sales","y":[1,2,null,4],"lower":[0.5,1.5,2,3],"upper":[1.5,2.5,4,5]}],
+      "forecastStart":2})");
+}
+
+TEST(NumberFormat, DecimalsAndShortestForm) {
+  EXPECT_EQ(FormatNumber(1.0), "1");
+  EXPECT_EQ(FormatNumber(0.25), "0.25");
+  EXPECT_EQ(FormatNumber(0.1 + 0.2), "0.30000000000000004"); // shortest exact, not rounded
+  EXPECT_EQ(FormatNumber(1234567.0, 2), "1234567.00");       // no thousands separators
+  EXPECT_EQ(FormatNumber(2.675, 2), "2.67");                 // the double is 2.67499999...
+  EXPECT_EQ(FormatNumber(-0.001, 2), "0.00");
+  EXPECT_EQ(FormatNumber(-1.5, 0), "-2");
+  EXPECT_EQ(FormatNumber(std::nan(""), 2), ".");
+  EXPECT_EQ(FormatNumber(-HUGE_VAL), "-Infinity");
+  EXPECT_EQ(FormatNumber(1.0, 99).size(), 22u); // decimals capped at 20
+  EXPECT_EQ(FormatCell(NumberCell(3.14159, 3)), "3.142");
+  EXPECT_EQ(FormatCell(TextCell("abc")), "abc");
+}
+
+TEST_F(RendererTest, HtmlEscapesEveryTextAndRefersToNothingOutside) {
+  const std::string hostile = "<script>alert('x')</script> & \"q\"";
+  {
+    RvProcedure procedure(hostile, 10);
+    Table table;
+    table.title = hostile;
+    table.column_labels = {hostile};
+    table.row_labels = {hostile};
+    table.rows = {{TextCell(hostile)}};
+    table.footnotes = {hostile};
+    procedure.FindOrMakePath(std::vector<std::string>{hostile}).AddTable(table);
+    procedure.AddText(RvString(hostile, false), {hostile});
+    nlohmann::json chart = LineChartPayload();
+    chart["series"][0]["name"] = hostile;
+    chart["x"][0] = hostile;
+    procedure.AddChart(RvString(hostile, false), chart);
+    RvError(RvString(hostile, false), RvErrorShow::Document, RvErrorLevel::Error);
+    AddNotes(2, RvString(hostile, false), RvString(hostile, false, false));
+  }
+  document_.title = hostile;
+  const std::string html = RenderHtml(document_);
+  EXPECT_EQ(html.find("<script>alert"), std::string::npos);
+  EXPECT_EQ(html.find("alert('x')"), std::string::npos);
+  EXPECT_NE(html.find("&lt;script&gt;alert(&#39;x&#39;)&lt;/script&gt; &amp; &quot;q&quot;"),
+            std::string::npos);
+  // Exactly the page's own script element, nothing the document brought.
+  std::size_t scripts = 0;
+  for (std::size_t at = 0; (at = html.find("<script", at)) != std::string::npos; ++at)
+    ++scripts;
+  EXPECT_EQ(scripts, 1u);
+  for (const char *outside : {"http://", "https://", "src=", "url(", "@import", "//cdn"}) {
+    EXPECT_EQ(html.find(outside), std::string::npos) << outside;
+  }
+  EXPECT_NE(html.find("<svg class=\"chart\""), std::string::npos);
+  EXPECT_NE(html.find("class=\"message error\""), std::string::npos);
+}
+
+TEST_F(RendererTest, HtmlOutlineTablesAndUnknownCharts) {
+  {
+    RvProcedure procedure("Temporal Causal Modeling", 10);
+    procedure.Heading(RvString("Never Filled", false));
+    Table table;
+    table.title = "Fit";
+    table.column_labels = {"Target", "RMSE"};
+    table.row_labels = {"1"};
+    table.rows = {{NumberCell(12.3456, 2)}};
+    procedure.FindOrMakePath("Interpretation").AddTable(table);
+    procedure.AddInteractive(RvString("Graph", false), nlohmann::json{{"kind", "graph"}});
+    RvError(RvString("careful", false), RvErrorShow::Document, RvErrorLevel::Warning);
+  }
+  const std::string html = RenderHtml(document_);
+  EXPECT_EQ(html.find("Never Filled"), std::string::npos); // an empty place holder is left out
+  EXPECT_NE(html.find("<th class=\"corner\" scope=\"col\">Target</th><th scope=\"col\">RMSE</th>"),
+            std::string::npos);
+  EXPECT_NE(html.find("<td class=\"num\">12.35</td>"), std::string::npos);
+  EXPECT_NE(html.find(FacSTDictionary::Shared().LookUp("Output.UnknownChart")), std::string::npos);
+  EXPECT_NE(html.find("class=\"message warning\""), std::string::npos);
+  // Every outline entry points at an element of the page.
+  for (std::size_t at = 0; (at = html.find("href=\"#", at)) != std::string::npos;) {
+    at += 7;
+    const std::string id = html.substr(at, html.find('"', at) - at);
+    EXPECT_NE(html.find("id=\"" + id + "\""), std::string::npos) << id;
+  }
+}
+
+TEST_F(RendererTest, TextTablesAlignWideAndEmptyCells) {
+  {
+    RvProcedure procedure("Temporal Causal Modeling", 10);
+    Table table;
+    table.title = "Fit";
+    table.column_labels = {"A", "A much wider header"};
+    table.row_labels = {"r", "\xE6\x97\xA5\xE6\x9C\xAC", ""}; // two wide characters
+    table.rows = {{NumberCell(1.5, 2), TextCell("")},
+                  {NumberCell(-123.25, 2), TextCell("text")},
+                  {TextCell("")}};
+    table.footnotes = {"first"};
+    procedure.FindOrMakePath("Interpretation").AddTable(table);
+    RvError(RvString("it failed", false), RvErrorShow::Document, RvErrorLevel::Error);
+  }
+  const std::string text = RenderText(document_);
+  std::vector<std::string> box;
+  for (const auto &line : LinesOf(text)) {
+    if (line.find("\xE2\x94") != std::string::npos)
+      box.push_back(line); // box drawing
+  }
+  ASSERT_EQ(box.size(), 7u); // top, header, rule, three rows, bottom
+  for (const auto &line : box)
+    EXPECT_EQ(DisplayWidth(line), DisplayWidth(box[0])) << line;
+  EXPECT_EQ(box[0].find("  \xE2\x94\x8C"), 0u); // the table is indented under its heading
+  // Numbers right-aligned in their column: their last digits line up.
+  const std::size_t one = box[3].find("1.50");
+  const std::size_t two = box[4].find("-123.25");
+  ASSERT_NE(one, std::string::npos);
+  ASSERT_NE(two, std::string::npos);
+  EXPECT_EQ(DisplayWidth(box[3].substr(0, one + 4)), DisplayWidth(box[4].substr(0, two + 7)));
+  EXPECT_NE(text.find("  a. first\n"), std::string::npos);
+  EXPECT_NE(text.find("Error: TCM MODEL: it failed\n"), std::string::npos);
+  EXPECT_NE(text.find("Temporal Causal Modeling\n========================\n"), std::string::npos);
+}
+
+TEST_F(RendererTest, TextChartsAreSummarisedByTheirRanges) {
+  {
+    RvProcedure procedure("P", 10);
+    procedure.AddChart(RvString("Sales forecast", false), LineChartPayload());
+    procedure.AddChart(RvString("Odd", false), nlohmann::json("not a chart"));
+  }
+  const std::string text = RenderText(document_);
+  EXPECT_NE(text.find("Sales forecast\n  x: 2020-01 to 2020-04 (4 points)\n"), std::string::npos)
+      << text;
+  EXPECT_NE(text.find("Forecast from 2020-03"), std::string::npos);
+  EXPECT_NE(text.find("Sales: 1 to 4; band 0.5 to 5"), std::string::npos);
+  EXPECT_NE(text.find("Odd\n  " + FacSTDictionary::Shared().LookUp("Output.UnknownChart")),
+            std::string::npos);
+
+  LineChart chart;
+  std::string problem;
+  EXPECT_FALSE(ReadLineChart(nlohmann::json{{"kind", "line"}, {"series", "x"}}, chart, problem));
+  EXPECT_FALSE(problem.empty());
+  ASSERT_TRUE(ReadLineChart(
+      nlohmann::json::parse(R"({"kind":"line","series":[{"name":"a","y":[1,"x",3]}]})"), chart,
+      problem));
+  EXPECT_EQ(chart.x, (std::vector<std::string>{"1", "2", "3"}));
+  EXPECT_FALSE(chart.series[0].y[1].has_value());
+
+  // Values at the ends of the double range, or all equal, still give a drawable chart.
+  for (const char *values : {"[-1e308, 1e308]", "[5, 5]", "[null, null]"}) {
+    ASSERT_TRUE(ReadLineChart(
+        nlohmann::json::parse(std::string(R"({"kind":"line","series":[{"y":)") + values + "}]}"),
+        chart, problem));
+    const std::string svg = RenderLineChartSvg(chart);
+    EXPECT_EQ(svg.find("nan"), std::string::npos) << values;
+    EXPECT_EQ(svg.find("inf"), std::string::npos) << values;
+    EXPECT_EQ(svg.rfind("</svg>"), svg.size() - 6) << values;
+  }
+}
+
+TEST_F(RendererTest, JsonCarriesTheDocumentWithMessageSourcesAndArgs) {
+  {
+    RvProcedure procedure("Temporal Causal Modeling", 10);
+    procedure.Heading(RvString("Placeholder", false));
+    Table table;
+    table.title = "Fit";
+    table.subtype = "Model Fit";
+    table.rows = {{NumberCell(0.5, 1), NumberCell(std::nan(""), 2), TextCell("t")}};
+    procedure.FindOrMakePath("Interpretation").AddTable(table);
+    session_.Post(MessageRecord{
+        Severity::Error, "NO_DIMENSIONS_KEY", {"Region", "3"}, "text here", "TCM MODEL"});
+    AddNotes(2, RvString("Model File", true), RvString("m.zip", false, false));
+  }
+  const nlohmann::json json = RenderJson(document_);
+  ASSERT_EQ(json["items"].size(), 1u);
+  const nlohmann::json &procedure = json["items"][0];
+  EXPECT_EQ(procedure["type"], "procedure");
+  const nlohmann::json &items = procedure["items"];
+  ASSERT_EQ(items.size(), 4u);
+  EXPECT_EQ(items[0]["type"], "heading"); // place holders are part of the document
+  EXPECT_EQ(items[1]["items"][0]["subtype"], "Model Fit");
+  const nlohmann::json &cells = items[1]["items"][0]["rows"][0];
+  EXPECT_EQ(cells[0]["value"], 0.5);
+  EXPECT_EQ(cells[0]["text"], "0.5");
+  EXPECT_TRUE(cells[1]["value"].is_null());
+  EXPECT_EQ(cells[2], "t");
+  EXPECT_EQ(items[2]["type"], "message");
+  EXPECT_EQ(items[2]["severity"], "error");
+  EXPECT_EQ(items[2]["source"], "NO_DIMENSIONS_KEY");
+  EXPECT_EQ(items[2]["args"], (nlohmann::json{"Region", "3"}));
+  EXPECT_EQ(items[3]["type"], "notes");
+  EXPECT_EQ(items[3]["rowLabels"][0], "Model File");
+
+  // Text that is not UTF-8 still gives valid JSON text.
+  document_.title = "bad \xFF byte";
+  const std::string dumped = RenderJsonText(document_);
+  EXPECT_TRUE(nlohmann::json::accept(dumped));
+}
+
+} // namespace
+} // namespace host
