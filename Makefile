@@ -21,8 +21,8 @@ test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
 demo: build
-	@$(BUILD_DIR)/examples/retail/make_retail_data $(BUILD_DIR)/demo/sales.csv
-	@$(TCM) run $(EXAMPLE)/retail.tcm --data $(BUILD_DIR)/demo/sales.csv \
+	@mkdir -p $(BUILD_DIR)/demo
+	@$(TCM) run $(EXAMPLE)/retail.tcm --data $(EXAMPLE)/sales.csv \
 	  --out $(BUILD_DIR)/demo/report.html --json $(BUILD_DIR)/demo/report.json; \
 	  status=$$?; echo "Report: $(abspath $(BUILD_DIR))/demo/report.html"; exit $$status
 
