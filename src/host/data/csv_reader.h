@@ -1,0 +1,39 @@
+// This file contains the CSV reader: a file of delimited text into a table of cells with the line
+// of each row, before any type is decided.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+class ParserMessage;
+
+namespace host {
+
+struct CsvTable {
+  char separator = ',';
+  std::vector<std::string> header;  // the names as written
+  int header_line = 1;
+  std::vector<std::vector<std::string>> columns;  // [column][row]
+  std::vector<int> row_lines;                     // the line where each row starts
+};
+
+// The separator of a text: of comma, semicolon and tab, the one that splits the first row into
+// the most names while the next rows (up to nine) agree with that count; ties go to the comma,
+// then the semicolon. A first row with none of them gives the comma (one column).
+char DetectSeparator(std::string_view text);
+
+// Reads delimited text: UTF-8 with or without a byte-order mark; CRLF, LF or CR line ends;
+// fields in double quotes may hold separators, line ends and doubled quotes. Blanks around an
+// unquoted field are dropped. Lines with nothing on them are skipped. Empty names at the end of
+// the first row (a trailing separator) are dropped, and so are empty cells beyond the last name.
+// A row with fewer cells is filled with empty cells, with a warning; a row with more, or a quote
+// that is never closed, is an error. `file_name` names the file in messages. False when the
+// table cannot be used (reported).
+bool ParseCsvText(std::string_view text, const std::string& file_name, CsvTable& table,
+                  ParserMessage& messages);
+
+// Reads the file and parses it as above; a missing, unreadable, empty or UTF-16 file is reported.
+bool ReadCsvFile(const std::string& path, CsvTable& table, ParserMessage& messages);
+
+}  // namespace host

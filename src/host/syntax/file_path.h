@@ -1,0 +1,31 @@
+// This file contains the expansion of paths written in command syntax.
+#pragma once
+
+#include <string>
+
+namespace host {
+
+// The temporary folder: $TMPDIR when set, else /tmp.
+std::string TempFolder();
+
+// Expands a path as syntax writes it: "~" and "~/..." lie in the home folder, a leading "*/" or
+// "*\" in the temporary folder, a relative path is taken against the current folder; the result
+// is absolute and normalised. False, with `out` untouched, for an empty path, a path with a NUL
+// byte, or "~" with no home folder known.
+bool ExpandUserPath(const std::string& raw, std::string& out);
+
+// True when `path` names an existing file that is not a folder.
+bool IsReadableFile(const std::string& path);
+// True when the folder that would hold `path` exists and `path` itself is not a folder.
+bool IsWritableLocation(const std::string& path);
+
+// A name that a dataset of the session can carry: a name token of the language, no final period.
+bool IsValidDatasetName(const std::string& name);
+
+} // namespace host
+
+// The host's full form of a path named in syntax: expanded as ExpandUserPath does, then checked
+// as the caller asks: `mustExist` for a file to read, `folderMustExist` for a file to write.
+// Gives "" when the path cannot be used so.
+std::string GetExtendFilePath(const std::string& path, bool mustExist, bool reserved,
+                              bool folderMustExist);

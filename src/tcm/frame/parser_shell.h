@@ -1,0 +1,63 @@
+// This file contains the part that the three parser shells share: the members every reader
+// uses, the three-stage ParseCommand (build the tree, parse, read), and the small readers and
+// tree builders that all commands use.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/data/procedure_data_source.h"
+#include "host/messages/parser_message.h"
+#include "host/syntax/descriptors.h"
+#include "host/syntax/command_spec.h"
+#include "host/syntax/param_obj.h"
+#include "host/syntax/token_sequence.h"
+#include "tcm/frame/command_context.h"
+#include "tcm/frame/spec/valid_spec.h"
+
+class TCMParserShell : public CommandDescriptor {
+ public:
+  TCMParserShell(QUOR_TokenSequence& tokens, ValidSpec* spec, CommandContext* context,
+                 ProcedureDataSource* dataSource);
+
+  // Builds the tree, runs the host's parser and reads the result into the spec. False means a
+  // failure was reported already.
+  bool ParseCommand();
+  // The dictionary indexes of the variables the command names, ascending.
+  std::vector<int32_t> AnalysisVariableIndices() const;
+
+  QUOR_TokenSequence& tokens;
+  ValidSpec* spec;
+  CommandContext* context;
+  ProcedureDataSource* dataSource;
+  ParserMessage* messages;
+  std::set<int32_t> usedVariables;
+
+ protected:
+  // Adds every subcommand of the command to this tree.
+  virtual void BuildTree() = 0;
+  // Reads a successfully parsed command into the spec.
+  virtual bool ReadCommand(CommandSpec& result) = 0;
+
+  // `DEBUG_`, the first subcommand of every command: allowed empty, no parameters. Reading it
+  // sets the spec's debug flag and cannot fail.
+  void AddDebugSubCommand();
+  bool ReadDebug(const GroupComObj& global);
+};
+
+// A YES/NO parameter: null gives the fallback, YES true, NO false, anything else the fallback.
+bool ReadYesNo(const ParamObj* param, bool fallback);
+// Adds a parameter of role 3 with the equals sign and the values "YES" and "NO".
+void AddYesNoParam(SubComDescriptor& subcommand, const std::string& name, bool required);
+// Adds a parameter with the equals sign, a list of keywords (role 5) or one of them (role 3).
+void AddKeywordParam(SubComDescriptor& subcommand, const std::string& name,
+                     const char* const* keywords, bool asList, bool required);
+// Exact comparison over a null-terminated table.
+bool KeywordInList(const char* const* list, const std::string& text);
+// Reads a path parameter: "*/" or "*\" at the front stands for the temporary folder; the
+// result goes through the host's expansion. When that fails the input is kept and, with
+// `messages`, FileNoAccess is reported; false then.
+bool ResolvePath(std::string& out, const ParamObj* param, bool forInput, bool forOutput,
+                 ParserMessage* messages);

@@ -1,1 +1,0 @@
-// Keeps the module library non-empty until the frame lands.

@@ -1,0 +1,201 @@
+// Tests of the CSV reader and of type inference: separators, quoting, line ends, ragged rows and
+// the messages a user gets for a broken file.
+#include "host/data/csv_reader.h"
+
+#include "data_test_util.h"
+#include "host/data/data_messages.h"
+#include "support/time.h"
+
+namespace host {
+namespace {
+
+using ::testing::ElementsAre;
+using test::Keys;
+using test::LoadText;
+using test::Raised;
+
+TEST(CsvReaderTest, QuotesBomAndLineEnds) {
+  ParserMessage messages;
+  CsvTable table;
+  const std::string text =
+      "\xEF\xBB\xBFname,note\r\n"
+      "\"Smith, J\",\"said \"\"hi\"\"\"\r\n"
+      "Lee,\"two\r\nlines\"\n"
+      "  Ng  ,  plain  \r"
+      "Ok,\"quoted\" tail\n";
+  ASSERT_TRUE(ParseCsvText(text, "f.csv", table, messages));
+  EXPECT_TRUE(messages.Raised().empty());
+  EXPECT_EQ(table.separator, ',');
+  EXPECT_THAT(table.header, ElementsAre("name", "note"));  // no BOM in the first name
+  EXPECT_THAT(table.columns[0], ElementsAre("Smith, J", "Lee", "Ng", "Ok"));
+  EXPECT_THAT(table.columns[1], ElementsAre("said \"hi\"", "two\nlines", "plain", "quoted tail"));
+  EXPECT_THAT(table.row_lines, ElementsAre(2, 3, 5, 6));
+}
+
+TEST(CsvReaderTest, SeparatorDetection) {
+  EXPECT_EQ(DetectSeparator("a;b;c\n1;2;3\n"), ';');
+  EXPECT_EQ(DetectSeparator("a\tb\n1\t2\n"), '\t');
+  EXPECT_EQ(DetectSeparator("a,b\n1,2\n"), ',');
+  // A decimal comma in semicolon data does not fool the count.
+  EXPECT_EQ(DetectSeparator("price;qty\n1,5;2\n2,5;3\n"), ';');
+  // Commas inside quotes do not count.
+  EXPECT_EQ(DetectSeparator("\"a,b,c\";d\n\"x,y,z\";1\n"), ';');
+  EXPECT_EQ(DetectSeparator("only\n1\n"), ',');
+
+  ParserMessage messages;
+  auto data = LoadText("region;sales;price\nEast;10;1,5\nWest;;2,25\n", messages);
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(data->CaseCount(), 2);
+  EXPECT_EQ(data->GetNumber(0, 2), 1.5);  // decimal comma under a semicolon separator
+  EXPECT_EQ(data->GetNumber(1, 2), 2.25);
+  EXPECT_TRUE(IsSysMiss(data->GetNumber(1, 1)));
+  EXPECT_EQ(data->GetVariable(2).format, (PrintFormat{fmt::kF, 8, 2}));
+
+  data = LoadText("a\tb c\n1\tx y\n", messages);
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(data->GetVariable(1).name, "b_c");
+  EXPECT_EQ(data->GetText(0, 1), "x y");
+}
+
+TEST(CsvReaderTest, RaggedRows) {
+  ParserMessage messages;
+  // Short rows are filled; trailing separators beyond the names are harmless.
+  auto data = LoadText("a,b,c,\n1,2,3,\n4,5\n6,7,8,,\n", messages);
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(data->VariableCount(), 3);
+  EXPECT_EQ(data->CaseCount(), 3);
+  EXPECT_TRUE(IsSysMiss(data->GetNumber(1, 2)));
+  EXPECT_EQ(data->GetNumber(2, 2), 8);
+  const auto short_rows = Raised(messages, msg::kShortRow);
+  ASSERT_EQ(short_rows.size(), 1u);
+  EXPECT_THAT(short_rows[0].args, ElementsAre("data.csv", "3", "2", "3"));
+  EXPECT_EQ(short_rows[0].severity, Severity::Warning);
+
+  // A long row cannot be placed: an error naming the line, and no dataset.
+  ParserMessage long_messages;
+  EXPECT_EQ(LoadText("a,b\n1,2\n3,4,5\n6,7\n", long_messages), nullptr);
+  const auto long_rows = Raised(long_messages, msg::kLongRow);
+  ASSERT_EQ(long_rows.size(), 1u);
+  EXPECT_THAT(long_rows[0].args, ElementsAre("data.csv", "3", "3", "2"));
+  EXPECT_EQ(long_messages.ErrorCount(), 1);
+}
+
+TEST(CsvReaderTest, ManyBadRowsAreListedUpToALimit) {
+  ParserMessage messages;
+  std::string text = "a,b\n";
+  for (int i = 0; i < 25; ++i) text += "1\n";
+  ASSERT_NE(LoadText(text, messages), nullptr);
+  EXPECT_EQ(Raised(messages, msg::kShortRow).size(), 10u);
+  const auto rest = Raised(messages, msg::kMoreProblems);
+  ASSERT_EQ(rest.size(), 1u);
+  EXPECT_THAT(rest[0].args, ElementsAre("data.csv", "15"));
+}
+
+TEST(CsvReaderTest, BrokenFilesGiveOneClearError) {
+  ParserMessage messages;
+  CsvTable table;
+  EXPECT_FALSE(ParseCsvText("a,b\n1,\"open\n2,3\n", "f.csv", table, messages));
+  EXPECT_THAT(Keys(messages), ElementsAre(msg::kUnterminatedQuote));
+  EXPECT_THAT(messages.Raised()[0].args, ElementsAre("f.csv", "2"));
+
+  ParserMessage empty;
+  EXPECT_FALSE(ParseCsvText("\xEF\xBB\xBF\r\n\n", "f.csv", table, empty));
+  EXPECT_THAT(Keys(empty), ElementsAre(msg::kFileEmpty));
+
+  test::TempFolder folder;
+  ParserMessage missing;
+  EXPECT_EQ(LoadDataset(folder.File("none.csv"), "", missing), nullptr);
+  EXPECT_THAT(Keys(missing), ElementsAre(msg::kFileNotFound));
+
+  ParserMessage is_folder;
+  EXPECT_EQ(LoadDataset(folder.File(""), "", is_folder), nullptr);
+  EXPECT_THAT(Keys(is_folder), ElementsAre(msg::kFileIsFolder));
+
+  folder.Write("wide.csv", std::string("\xFF\xFEa\0,\0b\0", 8));
+  ParserMessage utf16;
+  EXPECT_EQ(LoadDataset(folder.File("wide.csv"), "", utf16), nullptr);
+  EXPECT_THAT(Keys(utf16), ElementsAre(msg::kFileUtf16));
+
+  // Latin-1 text loads, with a warning where it starts.
+  ParserMessage latin;
+  auto data = LoadText("city\nBonn\nK\xF6ln\n", latin);
+  ASSERT_NE(data, nullptr);
+  const auto not_utf8 = Raised(latin, msg::kNotUtf8);
+  ASSERT_EQ(not_utf8.size(), 1u);
+  EXPECT_THAT(not_utf8[0].args, ElementsAre("data.csv", "3"));
+}
+
+TEST(CsvReaderTest, TypeInference) {
+  ParserMessage messages;
+  auto data = LoadText(
+      "n,mixed,empty,day,stamp,short,text,code\n"
+      "1,1,,2015-01-31,2015-01-31 10:00,2015-01-31T10:00,x,007\n"
+      "2.50,two,,2016-02-29,2016-02-29,2015-02-01 00:00,yy,8\n"
+      "-3,3,,,2016-03-01 23:59:59,,,\n",
+      messages);
+  ASSERT_NE(data, nullptr);
+  EXPECT_TRUE(messages.Raised().empty());
+  const Variable& n = data->GetVariable(0);
+  EXPECT_EQ(n.type, 0);
+  EXPECT_EQ(n.format, (PrintFormat{fmt::kF, 8, 2}));
+  EXPECT_EQ(n.measure, Measure::kScale);
+  EXPECT_EQ(data->GetNumber(1, 0), 2.5);
+
+  const Variable& mixed = data->GetVariable(1);  // one non-number makes a string
+  EXPECT_EQ(mixed.type, 3);
+  EXPECT_EQ(mixed.format, (PrintFormat{fmt::kA, 3, 0}));
+  EXPECT_EQ(mixed.measure, Measure::kNominal);
+  EXPECT_EQ(data->GetText(0, 1), "1");
+
+  EXPECT_EQ(data->GetVariable(2).type, 0);  // no value at all: numeric, all missing
+  EXPECT_TRUE(IsSysMiss(data->GetNumber(0, 2)));
+
+  EXPECT_EQ(data->GetVariable(3).format, (PrintFormat{fmt::kDate, 11, 0}));
+  EXPECT_EQ(data->GetNumber(1, 3), support::ToSeconds({2016, 2, 29}));
+  EXPECT_TRUE(IsSysMiss(data->GetNumber(2, 3)));
+
+  // Dates with and without times: a date-time format, seconds shown when any has them.
+  EXPECT_EQ(data->GetVariable(4).format, (PrintFormat{fmt::kDateTime, 20, 0}));
+  EXPECT_EQ(data->GetNumber(1, 4), support::ToSeconds({2016, 2, 29}));
+  EXPECT_EQ(data->GetNumber(2, 4), support::ToSeconds({2016, 3, 1, 23, 59, 59}));
+  EXPECT_EQ(data->GetVariable(5).format, (PrintFormat{fmt::kDateTime, 17, 0}));
+
+  EXPECT_EQ(data->GetVariable(6).type, 2);
+  EXPECT_EQ(data->GetText(2, 6), "");
+
+  EXPECT_EQ(data->GetVariable(7).type, 0);  // "007" is a number without a dictionary
+  EXPECT_EQ(data->GetNumber(0, 7), 7);
+}
+
+TEST(CsvReaderTest, VariableNamesAreRepairedAndMadeUnique) {
+  ParserMessage messages;
+  auto data = LoadText("Sales 2015,2015,sales 2015,,TO,x.,ok,OK\n1,2,3,4,5,6,7,8\n", messages);
+  ASSERT_NE(data, nullptr);
+  std::vector<std::string> names;
+  for (int i = 0; i < data->VariableCount(); ++i) names.push_back(data->GetVariable(i).name);
+  EXPECT_THAT(names, ElementsAre("Sales_2015", "V2015", "sales_2015_2", "V4", "TO_", "x_", "ok",
+                                 "OK_2"));
+  EXPECT_EQ(Raised(messages, msg::kVarNameInvalid).size(), 4u);
+  const auto duplicates = Raised(messages, msg::kVarNameDuplicate);
+  ASSERT_EQ(duplicates.size(), 2u);
+  EXPECT_THAT(duplicates[0].args, ElementsAre("data.csv", "1", "sales 2015", "sales_2015_2"));
+  const auto empty = Raised(messages, msg::kVarNameEmpty);
+  ASSERT_EQ(empty.size(), 1u);
+  EXPECT_THAT(empty[0].args, ElementsAre("data.csv", "1", "4", "V4"));
+  EXPECT_TRUE(IsValidVariableName("@x#1$"));
+  EXPECT_FALSE(IsValidVariableName("$casecount"));
+  EXPECT_FALSE(IsValidVariableName(std::string(65, 'a')));
+  EXPECT_EQ(RepairVariableName(std::string(70, 'a'), 1).size(), 64u);
+}
+
+TEST(CsvReaderTest, HeaderWithoutCases) {
+  ParserMessage messages;
+  auto data = LoadText("a,b\n", messages);
+  ASSERT_NE(data, nullptr);
+  EXPECT_EQ(data->CaseCount(), 0);
+  EXPECT_EQ(data->VariableCount(), 2);
+  EXPECT_THAT(Keys(messages), ElementsAre(msg::kNoCases));
+}
+
+}  // namespace
+}  // namespace host
