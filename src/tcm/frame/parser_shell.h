@@ -17,6 +17,14 @@
 #include "tcm/frame/command_context.h"
 #include "tcm/frame/spec/valid_spec.h"
 
+struct FieldsSpec;
+// The fields a SERIESFILTER may name: the lists of one FIELDS subcommand.
+struct FieldsGroupRef {
+  const std::vector<QuorVarName>* targets;
+  const std::vector<QuorVarName>* inputs;
+  const std::vector<QuorVarName>* force;
+};
+
 class TCMParserShell : public CommandDescriptor {
  public:
   TCMParserShell(QUOR_TokenSequence& tokens, ValidSpec* spec, CommandContext* context,
@@ -45,7 +53,38 @@ class TCMParserShell : public CommandDescriptor {
   // sets the spec's debug flag and cannot fail.
   void AddDebugSubCommand();
   bool ReadDebug(const GroupComObj& global);
+
+  // Readers that TCM MODEL and TCM APPLY share; each fills `spec`, reports its first fault
+  // and gives false then. (read_field_list.cpp)
+  // Reads a list of variables with TO ranges and ALL into `out` (dictionary spelling, no
+  // duplicates, in the order of a set); string variables that are no dimensions are set aside
+  // with a warning. `numericOnly` refuses dimensions and time variables.
+  bool ReadFieldList(const ParamObj& param, std::vector<QuorVarName>& out,
+                     const std::string& subcommand, bool numericOnly);
+  bool CheckField(const std::string& name, const std::string& param, const std::string& subcommand,
+                  std::vector<QuorVarName>& set, std::vector<std::string>& ignored,
+                  bool numericOnly);
+  // The time variables of the spec: timeVar, periodVar and the cycle variables.
+  bool IsTimeVariable(const std::string& name) const;
+
+  // (read_output.cpp)
+  bool ReadTargetFilter(const SubComObj& subcommand);
+  // All SERIESFILTER subcommands; their fields must be targets, inputs or forced inputs of
+  // `fieldsGroups` (empty for a command without field groups: then any field passes).
+  bool ReadSeriesFilters(const GroupComObj& global, const std::vector<FieldsGroupRef>& groups);
+  // All FILTEREDOUTPUT subcommands, then the merge that keeps at most two records.
+  bool ReadFilteredOutputs(const GroupComObj& global);
+  bool ReadSystemOutput(const SubComObj& subcommand);
+  bool ReadSave(const SubComObj& subcommand);
+  bool ReadPassProtect(const SubComObj& subcommand);
+  bool ReadOutfile(const SubComObj& subcommand);
 };
+
+// Keeps at most two FILTEREDOUTPUT records: the last written for each series type wins, and a
+// final BOTH stands alone. The result starts with the record written last.
+std::vector<FilteredOutputSpec> MergeFilteredOutputs(const std::vector<FilteredOutputSpec>& records);
+// The root name a SAVE keyword gets when none is written.
+std::string DefaultRootName(const std::string& keyword);
 
 // A YES/NO parameter: null gives the fallback, YES true, NO false, anything else the fallback.
 bool ReadYesNo(const ParamObj* param, bool fallback);

@@ -111,7 +111,7 @@ TEST(CsvReaderTest, BrokenFilesGiveOneClearError) {
   EXPECT_EQ(LoadDataset(folder.File(""), "", is_folder), nullptr);
   EXPECT_THAT(Keys(is_folder), ElementsAre(msg::kFileIsFolder));
 
-  folder.Write("wide.csv", std::string("\xFF\xFEa\0,\0b\0", 8));
+  folder.Write("wide.csv", std::string("\xFF\xFE" "a\0,\0b\0", 8));
   ParserMessage utf16;
   EXPECT_EQ(LoadDataset(folder.File("wide.csv"), "", utf16), nullptr);
   EXPECT_THAT(Keys(utf16), ElementsAre(msg::kFileUtf16));

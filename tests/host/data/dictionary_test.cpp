@@ -212,7 +212,7 @@ TEST(DictionaryTest, BrokenDictionariesPointAtTheLine) {
   };
   const Case cases[] = {
       {"{ \"variables\": [\n  {\"name\": \"a\",}\n] }", msg::kDictJsonSyntax,
-       {"data.dict.json", "2", "17", "}"}},
+       {"data.dict.json", "2", "16", "}"}},
       {"[1, 2]", msg::kDictNeedObject, {"data.dict.json", "1", "data.dict.json"}},
       {"{\"variables\": {}}", msg::kDictNeedArray, {"data.dict.json", "1", "variables"}},
       {"{\"variables\": [\n{\"name\": \"a\"},\n{\"name\": \"b\", \"type\": \"date\"}]}",

@@ -90,7 +90,9 @@ TEST(PrintFormatTest, DateFormatCodes) {
     const bool date = (code >= 20 && code <= 25) || (code >= 28 && code <= 30) || code == 38 ||
                       code == 39 || code == 42 || code == 43;
     EXPECT_EQ(IsDateFormat(code), date) << code;
-    if (date) EXPECT_STRNE(FormatName(code), "") << code;
+    if (date) {
+      EXPECT_STRNE(FormatName(code), "") << code;
+    }
   }
   EXPECT_TRUE(IsStringFormat(1));
   EXPECT_TRUE(IsStringFormat(2));
