@@ -12,7 +12,7 @@ bool HasContent(const OutputNode &node) {
     if (HasContent(*child))
       return true;
   }
-  return node.kind == NodeKind::Procedure; // a procedure shows its title even when empty
+  return false; // a procedure that wrote nothing (TSEXPLOR) leaves no trace
 }
 
 std::string SeverityWord(Severity severity) {
