@@ -7,7 +7,9 @@
 namespace host {
 
 void ProblemBudget::ReportRest(ParserMessage& messages, const std::string& file) const {
-  if (seen_ > limit_) messages.SimpleWarning(msg::kMoreProblems, file, std::to_string(seen_ - limit_));
+  if (seen_ > limit_) {
+    messages.SimpleWarning(msg::kMoreProblems, file, std::to_string(seen_ - limit_));
+  }
 }
 
 std::string HostText(const char* key, const std::vector<std::string>& args) {

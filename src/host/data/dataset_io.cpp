@@ -71,7 +71,10 @@ std::vector<std::string> ColumnNames(const CsvTable& table, const std::string& f
                            : RepairVariableName(written, static_cast<int>(c + 1));
     const bool repaired = name != written;
     std::string unique = name;
-    for (int n = 2; std::find(uppers.begin(), uppers.end(), UpperName(unique)) != uppers.end(); ++n) {
+    auto taken = [&uppers](const std::string& candidate) {
+      return std::find(uppers.begin(), uppers.end(), UpperName(candidate)) != uppers.end();
+    };
+    for (int n = 2; taken(unique); ++n) {
       const std::string suffix = "_" + std::to_string(n);
       unique = CutUtf8(name, kMaxNameBytes - suffix.size()) + suffix;
     }

@@ -140,10 +140,13 @@ void FillDateVariables(Dataset& dataset) {
     }
     values[0] = definition.parts[0].start + carry;
     for (size_t i = 1; i < n; ++i) {
+      const int64_t base = BaseOf(definition.parts[i].component);
       values[i] = MonthBelowQuarter(definition, i) ? (values[i - 1] - 1) * 3 + digits[i] + 1
-                                                   : BaseOf(definition.parts[i].component) + digits[i];
+                                                   : base + digits[i];
     }
-    for (size_t i = 0; i < n; ++i) columns[i][static_cast<size_t>(k)] = static_cast<double>(values[i]);
+    for (size_t i = 0; i < n; ++i) {
+      columns[i][static_cast<size_t>(k)] = static_cast<double>(values[i]);
+    }
     texts[static_cast<size_t>(k)] = DateText(definition, values);
   }
   for (size_t i = 0; i < n; ++i) {
@@ -242,7 +245,9 @@ bool ApplyDateDefinition(const std::vector<DictDatePart>& parts, const std::stri
     const std::string name = DateVariableName(definition.parts[i].component);
     if (dataset.FindVariable(name) >= 0) error(msg::kDateNameTaken, parts[i].line, {name});
   }
-  if (dataset.FindVariable(kDateTextName) >= 0) error(msg::kDateNameTaken, last_line, {kDateTextName});
+  if (dataset.FindVariable(kDateTextName) >= 0) {
+    error(msg::kDateNameTaken, last_line, {kDateTextName});
+  }
   if (!ok) return false;
 
   const size_t n = definition.parts.size();
@@ -253,11 +258,14 @@ bool ApplyDateDefinition(const std::vector<DictDatePart>& parts, const std::stri
     Variable variable;
     variable.name = DateVariableName(part.component);
     variable.measure = Measure::kOrdinal;
-    const int digits = i == 0 ? 8 : DigitsOf(BaseOf(part.component) + part.length - 1);
-    variable.format = PrintFormat{fmt::kF, std::max(digits, part.component == DateComponent::kMonth ? 2 : 1), 0};
+    // Months keep their month of the year (up to 12) also below a quarter.
+    int digits = i == 0 ? 8 : DigitsOf(BaseOf(part.component) + part.length - 1);
+    if (part.component == DateComponent::kMonth) digits = 2;
+    variable.format = PrintFormat{fmt::kF, digits, 0};
     const char* word = ComponentWord(part.component);
     variable.label = i == 0 ? HostText(msg::kDateLabelTop, {word})
-                            : HostText(msg::kDateLabelPeriodic, {word, std::to_string(part.length)});
+                            : HostText(msg::kDateLabelPeriodic,
+                                       {word, std::to_string(part.length)});
     part.variable_index = dataset.AddVariable(std::move(variable));
     part_list += (i == 0 ? "" : ", ") + std::string(word);
   }

@@ -116,10 +116,11 @@ std::string DescribeDataset(const Dataset& dataset, const std::string& source_na
   std::vector<std::vector<std::string>> details(static_cast<size_t>(dataset.VariableCount()));
   for (int v = 0; v < dataset.VariableCount(); ++v) {
     const Variable& variable = dataset.GetVariable(v);
-    rows.push_back({std::to_string(v + 1), variable.name,
-                    variable.IsString() ? HostText(msg::kDescribeString, {std::to_string(variable.type)})
-                                        : HostText(msg::kDescribeNumeric),
-                    FormatText(variable.format), Word(measures, static_cast<size_t>(variable.measure)),
+    const std::string type = variable.IsString()
+                                 ? HostText(msg::kDescribeString, {std::to_string(variable.type)})
+                                 : HostText(msg::kDescribeNumeric);
+    rows.push_back({std::to_string(v + 1), variable.name, type, FormatText(variable.format),
+                    Word(measures, static_cast<size_t>(variable.measure)),
                     Word(roles, static_cast<size_t>(variable.role)), variable.label});
     auto& lines = details[static_cast<size_t>(v)];
     if (!variable.value_labels.empty()) {

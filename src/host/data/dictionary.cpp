@@ -150,6 +150,17 @@ std::optional<DateComponent> ComponentFromWord(const std::string& word) {
   return it == kParts.end() ? std::nullopt : std::optional<DateComponent>(it->second);
 }
 
+// A whole number that fits int64; unsigned JSON numbers beyond it do not.
+bool ReadInteger(const json& value, int64_t& out) {
+  if (!value.is_number_integer()) return false;
+  if (value.is_number_unsigned() &&
+      value.get<uint64_t>() > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) {
+    return false;
+  }
+  out = value.get<int64_t>();
+  return true;
+}
+
 bool ReadFormat(const json& value, int line, const std::string& name, Reporter& report,
                 std::optional<PrintFormat>& out) {
   if (!value.is_string()) return report.Error(msg::kDictNeedText, line, {name + ".format"});
@@ -171,7 +182,8 @@ bool ReadFormat(const json& value, int line, const std::string& name, Reporter& 
 void ReadVariable(const json& entry, int line, Reporter& report, Dictionary& dictionary,
                   std::set<std::string>& seen) {
   if (!entry.is_object()) {
-    report.Error(msg::kDictNeedObject, line, {"variables[" + std::to_string(dictionary.variables.size()) + "]"});
+    const std::string where = "variables[" + std::to_string(dictionary.variables.size()) + "]";
+    report.Error(msg::kDictNeedObject, line, {where});
     return;
   }
   DictVariable variable;
@@ -207,12 +219,13 @@ void ReadVariable(const json& entry, int line, Reporter& report, Dictionary& dic
         report.Error(msg::kDictUnknownType, line, {value.get<std::string>(), name});
       }
     } else if (key == "width") {
-      if (!value.is_number_integer()) {
+      int64_t width = 0;
+      if (!ReadInteger(value, width)) {
         report.Error(msg::kDictNeedInteger, line, {name + ".width"});
-      } else if (value.get<int64_t>() < 1 || value.get<int64_t>() > 32767) {
-        report.Error(msg::kDictWidthRange, line, {std::to_string(value.get<int64_t>()), name});
+      } else if (width < 1 || width > 32767) {
+        report.Error(msg::kDictWidthRange, line, {std::to_string(width), name});
       } else {
-        variable.width = static_cast<int>(value.get<int64_t>());
+        variable.width = static_cast<int>(width);
       }
     } else if (key == "format") {
       ReadFormat(value, line, name, report, variable.format);
@@ -289,10 +302,11 @@ void ReadDatePart(const json& entry, int line, Reporter& report, Dictionary& dic
         return;
       }
     } else if (key == "start" || key == "period") {
-      if (!value.is_number_integer()) {
+      int64_t number = 0;
+      if (!ReadInteger(value, number) || number < -1000000000 || number > 1000000000) {
         report.Error(msg::kDictNeedInteger, line, {where + "." + key});
       } else {
-        (key == "start" ? part.start : part.period) = value.get<int64_t>();
+        (key == "start" ? part.start : part.period) = number;
       }
     } else {
       report.Warning(msg::kDictUnknownField, line, key);
@@ -338,8 +352,20 @@ bool ParseDictionaryText(const std::string& text, const std::string& file_name,
   json root;
   try {
     root = json::parse(text);
-  } catch (const json::parse_error& error) {
-    const size_t at = error.byte == 0 ? 0 : std::min(error.byte - 1, text.size());
+  } catch (const json::exception& error) {
+    // A syntax error knows its byte; a number too large for a double only its text.
+    size_t at = 0;
+    if (const auto* syntax = dynamic_cast<const json::parse_error*>(&error)) {
+      at = syntax->byte == 0 ? 0 : std::min(syntax->byte - 1, text.size());
+    } else {
+      const std::string what = error.what();
+      const size_t open = what.find('\'');
+      const size_t close = what.rfind('\'');
+      if (open != std::string::npos && close > open) {
+        const size_t found = text.find(what.substr(open + 1, close - open - 1));
+        if (found != std::string::npos) at = found;
+      }
+    }
     int line = 1;
     size_t line_start = 0;
     for (size_t i = 0; i < at; ++i) {
@@ -452,12 +478,15 @@ bool ApplyValueSettings(const DictVariable& entry, const std::string& file, Vari
       const json& range = entry.missing_range;
       const auto low = range.size() == 2 ? RangeBound(range[0], true) : std::nullopt;
       const auto high = range.size() == 2 ? RangeBound(range[1], false) : std::nullopt;
-      if (!low || !high || *low > *high) {
+      // value_or keeps the optimiser from seeing a read of an empty optional.
+      const double low_value = low.value_or(0.0);
+      const double high_value = high.value_or(0.0);
+      if (!low || !high || low_value > high_value) {
         report.Error(msg::kDictMissingRange, line, {name});
       } else {
         variable.missing.has_range = true;
-        variable.missing.range_low = *low;
-        variable.missing.range_high = *high;
+        variable.missing.range_low = low_value;
+        variable.missing.range_high = high_value;
       }
     }
   }
@@ -555,7 +584,9 @@ std::string DictionaryText(const Dataset& dataset) {
     }
     root["dateDefinition"] = std::move(parts);
   }
-  return root.dump(2) + "\n";
+  // Texts from a data file in another encoding are not UTF-8; they are replaced rather than
+  // stop the save.
+  return root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace host

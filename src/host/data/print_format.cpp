@@ -102,7 +102,8 @@ void AppendPadded(std::string& out, int64_t value, int digits) {
     out += '-';
     value = -value;
   }
-  const int n = std::snprintf(buffer, sizeof buffer, "%0*lld", digits, static_cast<long long>(value));
+  const int n =
+      std::snprintf(buffer, sizeof buffer, "%0*lld", digits, static_cast<long long>(value));
   out.append(buffer, static_cast<size_t>(n));
 }
 

@@ -102,7 +102,8 @@ QUOR_Variable* QUOR_DataSource::GetVariable(int index) const {
 }
 
 const QUOR_TrendsInfo& QUOR_DataSource::GetTrendsInfo() const {
-  trends_ = dataset_ == nullptr ? QUOR_TrendsInfo() : QUOR_TrendsInfo(dataset_->GetDateDefinition());
+  trends_ =
+      dataset_ == nullptr ? QUOR_TrendsInfo() : QUOR_TrendsInfo(dataset_->GetDateDefinition());
   return trends_;
 }
 

@@ -134,6 +134,65 @@ bool TCMModelParser::ReadCommand(CommandSpec& result) {
     return true;
   }
   const GroupComObj* global = result.getGlobalGroupObj();
-  if (global != nullptr) return ReadDebug(*global);
+  bool ok = true;
+  if (global != nullptr) {
+    ok = ReadGlobalGroup(*global);
+  } else if (dataSource->GetTrendsInfo().GetNDateVars() == 0) {
+    messages->SubComRequired("DATASETTINGS");
+    return false;
+  } else {
+    ok = ReadDateSpecification();
+  }
+  for (int i = 0; ok && i < result.getGroupListSize(); ++i) {
+    const GroupComObj* group = result.getGroupObj(i);
+    if (group != nullptr && !group->isGroupGlobal()) ok = ReadFieldsGroup(*group, i);
+  }
+  if (!ok || global == nullptr) return ok;
+  // SERIESFILTER comes last: each of its fields must be a target or input of some FIELDS.
+  std::vector<FieldsGroupRef> groups;
+  for (const FieldsGroupSpec& group : modelSpec->fieldsGroups) {
+    for (const FieldsSpec& fields : group.fields) {
+      groups.push_back({&fields.targets, &fields.inputs, &fields.force});
+    }
+  }
+  return ReadSeriesFilters(*global, groups);
+}
+
+bool TCMModelParser::ReadGlobalGroup(const GroupComObj& global) {
+  if (!ReadDebug(global)) return false;
+  if (const SubComObj* settings = global.getSubComObj("DATASETTINGS")) {
+    if (!ReadDataSettings(*settings)) return false;
+  } else if (dataSource->GetTrendsInfo().GetNDateVars() == 0) {
+    messages->SubComRequired("DATASETTINGS");
+    return false;
+  } else if (!ReadDateSpecification()) {
+    return false;
+  }
+  if (const SubComObj* filter = global.getSubComObj("DATAFILTER")) {
+    if (!ReadDataFilter(*filter)) return false;
+  }
+  if (const SubComObj* build = global.getSubComObj("BUILDOPTIONS")) {
+    if (!ReadBuildOptions(*build)) return false;
+  }
+  if (const SubComObj* targets = global.getSubComObj("TARGETFILTER")) {
+    if (!ReadTargetFilter(*targets)) return false;
+  }
+  // Without FILTEREDOUTPUT the default record stays.
+  if (global.getSubComObj("FILTEREDOUTPUT") != nullptr && !ReadFilteredOutputs(global)) {
+    return false;
+  }
+  if (const SubComObj* output = global.getSubComObj("SYSTEMOUTPUT")) {
+    if (!ReadSystemOutput(*output)) return false;
+  }
+  if (const SubComObj* save = global.getSubComObj("SAVE")) {
+    if (!ReadSave(*save)) return false;
+  }
+  // PASSPROTECT before OUTFILE: the data file takes the password.
+  if (const SubComObj* protect = global.getSubComObj("PASSPROTECT")) {
+    if (!ReadPassProtect(*protect)) return false;
+  }
+  if (const SubComObj* outfile = global.getSubComObj("OUTFILE")) {
+    if (!ReadOutfile(*outfile)) return false;
+  }
   return true;
 }

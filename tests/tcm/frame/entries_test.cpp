@@ -42,7 +42,7 @@ std::unique_ptr<Run> RunSyntax(const std::string& syntax, bool check_only = fals
 }
 
 TEST(Entries, ModelWithDebugPrintsItsLinesInOrder) {
-  const auto run = RunSyntax("TCM MODEL /DEBUG_ /FIELDSGROUP /FIELDS TARGETS=sales.\n");
+  const auto run = RunSyntax("TCM MODEL /DEBUG_ /DATASETTINGS TIMETYPE=NONE /FIELDSGROUP /FIELDS TARGETS=sales.\n");
   ASSERT_EQ(run->outcomes.size(), 1u);
   const auto lines = run->DebugLines();
   ASSERT_GE(lines.size(), 2u) << run->Text();
@@ -107,7 +107,7 @@ TEST(Entries, UnknownCommandsAndCommentsAndTheNextCommand) {
 }
 
 TEST(Entries, CheckOnlyParsesAndRunsNothingMore) {
-  const auto run = RunSyntax("TCM MODEL /DEBUG_ /FIELDSGROUP /FIELDS TARGETS=sales.\n", true);
+  const auto run = RunSyntax("TCM MODEL /DEBUG_ /DATASETTINGS TIMETYPE=NONE /FIELDSGROUP /FIELDS TARGETS=sales.\n", true);
   ASSERT_EQ(run->outcomes.size(), 1u);
   EXPECT_FALSE(run->outcomes[0].had_error) << run->Text();
   EXPECT_EQ(run->DebugLines(), (std::vector<std::string>{"Done Parsing", "Done()"}));
