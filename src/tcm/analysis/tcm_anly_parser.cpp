@@ -6,9 +6,8 @@
 using namespace tcm_tree;
 using UPSpecTypes::QualifOptions;
 
-void TCMAnlyParser::BuildTree() {
-  CommandDescriptor& tree = *this;
-  AddDebugSubCommand();
+void AddTCMAnalysisTree(CommandDescriptor& tree) {
+  tree.addSubComDesc(Debug());
   tree.addSubComDesc(ModelSystem());
   SubComDescriptor expressions = SubCom("EXPRESSIONS");
   expressions.addParamDesc(Param("FILE", 2, true));
@@ -62,6 +61,8 @@ void TCMAnlyParser::BuildTree() {
   tree.addSubComDesc(Outfile(false));
   tree.addSubComDesc(PassProtect());
 }
+
+void TCMAnlyParser::BuildTree() { AddTCMAnalysisTree(*this); }
 
 
 bool TCMAnlyParser::ReadCommand(CommandSpec& result) {

@@ -5,6 +5,9 @@
 #include "tcm/frame/parser_shell.h"
 #include "tcm/analysis/tcm_anly_spec.h"
 
+// Adds every subcommand of the command, DEBUG_ first, to `tree`.
+void AddTCMAnalysisTree(CommandDescriptor& tree);
+
 class TCMAnlyParser : public TCMParserShell {
  public:
   TCMAnlyParser(QUOR_TokenSequence& tokens, TCMAnlySpec* spec, CommandContext* context,

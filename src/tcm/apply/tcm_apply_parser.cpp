@@ -6,9 +6,8 @@
 using namespace tcm_tree;
 using UPSpecTypes::QualifOptions;
 
-void TCMApplyParser::BuildTree() {
-  CommandDescriptor& tree = *this;
-  AddDebugSubCommand();
+void AddTCMApplyTree(CommandDescriptor& tree) {
+  tree.addSubComDesc(Debug());
   tree.addSubComDesc(ModelSystem());
   SubComDescriptor options = SubCom("OPTIONS");
   options.addParamDesc(YesNo("REESTIMATE"));
@@ -25,6 +24,8 @@ void TCMApplyParser::BuildTree() {
   tree.addSubComDesc(Outfile(true));
   tree.addSubComDesc(PassProtect());
 }
+
+void TCMApplyParser::BuildTree() { AddTCMApplyTree(*this); }
 
 
 bool TCMApplyParser::ReadCommand(CommandSpec& result) {

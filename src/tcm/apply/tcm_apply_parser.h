@@ -5,6 +5,9 @@
 #include "tcm/frame/parser_shell.h"
 #include "tcm/apply/tcm_apply_spec.h"
 
+// Adds every subcommand of the command, DEBUG_ first, to `tree`.
+void AddTCMApplyTree(CommandDescriptor& tree);
+
 class TCMApplyParser : public TCMParserShell {
  public:
   TCMApplyParser(QUOR_TokenSequence& tokens, TCMApplySpec* spec, CommandContext* context,

@@ -27,12 +27,6 @@ std::vector<int32_t> TCMParserShell::AnalysisVariableIndices() const {
   return std::vector<int32_t>(usedVariables.begin(), usedVariables.end());
 }
 
-void TCMParserShell::AddDebugSubCommand() {
-  SubComDescriptor debug("DEBUG_", UPSpecTypes::SubComSpec{1}, false, false);
-  debug.allowSubComEmpty(true);
-  addSubComDesc(debug);
-}
-
 bool TCMParserShell::ReadDebug(const GroupComObj& global) {
   if (global.getSubComObj("DEBUG_") != nullptr) spec->debug = true;
   return true;

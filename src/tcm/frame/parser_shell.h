@@ -49,9 +49,8 @@ class TCMParserShell : public CommandDescriptor {
   // Reads a successfully parsed command into the spec.
   virtual bool ReadCommand(CommandSpec& result) = 0;
 
-  // `DEBUG_`, the first subcommand of every command: allowed empty, no parameters. Reading it
-  // sets the spec's debug flag and cannot fail.
-  void AddDebugSubCommand();
+  // `DEBUG_`, the first subcommand of every command, sets the spec's debug flag; reading it
+  // cannot fail.
   bool ReadDebug(const GroupComObj& global);
 
   // Readers that TCM MODEL and TCM APPLY share; each fills `spec`, reports its first fault

@@ -56,9 +56,8 @@ ParamDescriptor AnalysisInterval() {
 
 }  // namespace
 
-void TCMModelParser::BuildTree() {
-  CommandDescriptor& tree = *this;
-  AddDebugSubCommand();
+void AddTCMModelTree(CommandDescriptor& tree) {
+  tree.addSubComDesc(Debug());
 
   SubComDescriptor settings = SubCom("DATASETTINGS");
   settings.addParamDesc(Param("DIMENSIONS", 2));
@@ -126,6 +125,8 @@ void TCMModelParser::BuildTree() {
   group.addSubComDesc(fields, false);
   tree.addGroupDesc(group);
 }
+
+void TCMModelParser::BuildTree() { AddTCMModelTree(*this); }
 
 
 bool TCMModelParser::ReadCommand(CommandSpec& result) {

@@ -8,6 +8,9 @@
 #include "tcm/frame/parser_shell.h"
 #include "tcm/model/tcm_model_spec.h"
 
+// Adds every subcommand of the command, DEBUG_ first, to `tree`.
+void AddTCMModelTree(CommandDescriptor& tree);
+
 class TCMModelParser : public TCMParserShell {
  public:
   TCMModelParser(QUOR_TokenSequence& tokens, TCMModelValidSpecs* spec, CommandContext* context,
