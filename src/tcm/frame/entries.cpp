@@ -11,7 +11,6 @@
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/debug_display.h"
 #include "host/output/rv.h"
-#include "host/session.h"
 #include "host/syntax/token_sequence.h"
 #include "tcm/analysis/tcm_anly_parser.h"
 #include "tcm/apply/tcm_apply_parser.h"
@@ -33,11 +32,6 @@ FacSTDictionary* MakeDictionary(const std::string& title) {
   return dictionary;
 }
 
-bool CheckOnly() {
-  const host::Session* session = host::CurrentSession();
-  return session != nullptr && session->check_only;
-}
-
 // The frame of TCM APPLY and TCM ANALYSIS, which differ only in spec, parser and notes.
 template <typename Spec, typename Parser>
 void RunSavedModelCommand(const char* command, const char* title) {
@@ -52,10 +46,11 @@ void RunSavedModelCommand(const char* command, const char* title) {
   BEPesRepos::BEPesClear();
   QUORMBConverter* converter = QUORMBConverterNew_A(0);
 
-  if (parser.ParseCommand() && !CheckOnly()) {
+  if (parser.ParseCommand()) {
     const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
     // The data steps (time string conversion, data checks, preparation, model sequence and
-    // output) run here in one short-circuit chain once the engine bridge is in place.
+    // output) run here in one short-circuit chain once the engine bridge is in place; `tcm
+    // check` stops after the data checks.
     (void)indexes;
   }
 
@@ -84,14 +79,14 @@ extern "C" void TCMMODEL() {
       debugList = &debugLines;
       debugList->addOutputLine("Done Parsing");
     }
-    if (!CheckOnly()) {
-      const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
-      // Data model and iterator over `indexes`, time string conversion and the data checks
-      // (which end with the spec's debug display and the line "Updated Data Model"),
-      // preparation, the model sequence and the output run here, each gated by the one before,
-      // once the engine bridge is in place.
-      (void)indexes;
-    }
+    const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
+    // Data model and iterator over `indexes`, time string conversion and the data checks run
+    // here once the engine bridge is in place; the data checks end with the spec's debug
+    // display, which stands here until they do. `tcm check` stops after them; a run goes on
+    // with "Updated Data Model", preparation, the model sequence and the output, each gated
+    // by the one before.
+    (void)indexes;
+    if (spec.debug) spec.displayValidSpec();
   }
 
   if (converter != nullptr) QUORMBConverterDelete_A(converter);

@@ -48,6 +48,14 @@ TEST(Entries, ModelWithDebugPrintsItsLinesInOrder) {
   ASSERT_GE(lines.size(), 2u) << run->Text();
   EXPECT_EQ(lines.front(), "Done Parsing");
   EXPECT_EQ(lines.back(), "Done()");
+  // The settings as read are displayed, banner first.
+  const std::string text = run->Text();
+  const auto banner = text.find("* This text output is for debugging purposes only. *");
+  const auto timetype = text.find("DATASETTINGS /TIMETYPE");
+  ASSERT_NE(banner, std::string::npos) << text;
+  ASSERT_NE(timetype, std::string::npos) << text;
+  EXPECT_LT(banner, timetype);
+  EXPECT_NE(text.find("NONE", timetype), std::string::npos);
 }
 
 TEST(Entries, FailedParseAddsNoDebugLineAndStillTearsDown) {
