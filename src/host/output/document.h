@@ -44,7 +44,7 @@ struct Table {
 enum class NodeKind {
   Procedure,    // a procedure's root: title and its children
   Heading,      // an outline level
-  Text,         // lines of text (debug lines, the spec display)
+  Text,         // lines of text (debug lines, the settings display)
   Table,
   Chart,        // a static chart, described by `payload`
   Interactive,  // an interactive object, described by `payload`

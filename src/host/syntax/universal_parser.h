@@ -21,7 +21,7 @@ class UniversalParser {
   UniversalParser(const UniversalParser&) = delete;
   UniversalParser& operator=(const UniversalParser&) = delete;
 
-  // Parses. 0: success, the spec is filled. Otherwise the first fault has been reported and the
+  // Parses. 0: success, the result is filled. Otherwise the first fault has been reported and the
   // spec is left as it was. Never throws, whatever the tokens.
   int getCommandSpecifications();
 

@@ -81,7 +81,7 @@ extern "C" void TCMMODEL() {
     }
     const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
     // Data model and iterator over `indexes`, time string conversion and the data checks run
-    // here once the engine bridge is in place; the data checks end with the spec's debug
+    // here once the engine bridge is in place; the data checks end with the settings' debug
     // display, which stands here until they do. `tcm check` stops after them; a run goes on
     // with "Updated Data Model", preparation, the model sequence and the output, each gated
     // by the one before.

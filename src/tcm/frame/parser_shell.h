@@ -30,7 +30,7 @@ class TCMParserShell : public CommandDescriptor {
   TCMParserShell(QUOR_TokenSequence& tokens, ValidSpec* spec, CommandContext* context,
                  ProcedureDataSource* dataSource);
 
-  // Builds the tree, runs the host's parser and reads the result into the spec. False means a
+  // Builds the tree, runs the host's parser and reads the result into the command's settings. False means a
   // failure was reported already.
   bool ParseCommand();
   // The dictionary indexes of the variables the command names, ascending.
@@ -46,10 +46,10 @@ class TCMParserShell : public CommandDescriptor {
  protected:
   // Adds every subcommand of the command to this tree.
   virtual void BuildTree() = 0;
-  // Reads a successfully parsed command into the spec.
+  // Reads a successfully parsed command into the command's settings.
   virtual bool ReadCommand(CommandSpec& result) = 0;
 
-  // `DEBUG_`, the first subcommand of every command, sets the spec's debug flag; reading it
+  // `DEBUG_`, the first subcommand of every command, sets the settings' debug flag; reading it
   // cannot fail.
   bool ReadDebug(const GroupComObj& global);
 
@@ -63,7 +63,7 @@ class TCMParserShell : public CommandDescriptor {
   bool CheckField(const std::string& name, const std::string& param, const std::string& subcommand,
                   std::vector<QuorVarName>& set, std::vector<std::string>& ignored,
                   bool numericOnly);
-  // The time variables of the spec: timeVar, periodVar and the cycle variables.
+  // The time variables of the settings: timeVar, periodVar and the cycle variables.
   bool IsTimeVariable(const std::string& name) const;
 
   // (read_output.cpp)

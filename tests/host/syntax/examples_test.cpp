@@ -275,7 +275,7 @@ TEST(Examples, CyclicApplyAndAnalysisParse) {
 }
 
 // Feeds every prefix of each example, and many random mutations, to the parser: it must answer
-// without crashing, and a failure must come with a message and leave the spec empty.
+// without crashing, and a failure must come with a message and leave the result empty.
 TEST(Examples, NoInputCrashesOrFailsSilently) {
   const std::vector<std::pair<const char*, CommandDescriptor (*)()>> examples = {
       {kModelExample, syntax_test::ModelTree},

@@ -1,4 +1,4 @@
-// Tests of the entries' frames run through the command processor: debug lines, the spec
+// Tests of the entries' frames run through the command processor: debug lines, the settings
 // display, teardown on a failed parse, held-back errors, TSEXPLOR and unknown commands.
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Tests of the spec slots and the shared list and SAVE queries of the three commands.
+// Tests of the ValidSpec slots and the shared list and SAVE queries of the three commands.
 #include <gtest/gtest.h>
 
 #include "tcm/analysis/tcm_anly_spec.h"

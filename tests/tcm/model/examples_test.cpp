@@ -1,5 +1,5 @@
 // Tests that the documented examples of TCM MODEL (the user's guide and the bundled retail
-// example) are read into the spec as intended.
+// example) are read into the command's settings as intended.
 #include <gtest/gtest.h>
 
 #include <fstream>

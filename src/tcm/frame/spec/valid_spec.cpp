@@ -1,4 +1,4 @@
-// This file contains the shared rules of the spec slots and the list and SAVE queries.
+// This file contains the shared rules of the ValidSpec slots and the list and SAVE queries.
 #include "tcm/frame/spec/valid_spec.h"
 
 #include "host/data/procedure_data_source.h"
