@@ -222,6 +222,10 @@ std::string RenderHtml(const OutputDocument &document) {
   HtmlWriter writer;
   for (const auto &child : document.root.children)
     writer.Node(*child, 0);
+  // A run whose commands showed nothing says so rather than leaving a blank page.
+  if (writer.body.empty())
+    writer.body = "<p class=\"unavailable\">" +
+                  Escape(FacSTDictionary::Shared().LookUp("Output.Empty")) + "</p>";
   const std::string contents = FacSTDictionary::Shared().LookUp("Contents");
   return FillTemplate(kReportHtml, {{"title", Escape(document.title)},
                                     {"contents", Escape(contents)},

@@ -289,6 +289,8 @@ std::string RenderText(const OutputDocument &document) {
   TextWriter writer;
   for (const auto &child : document.root.children)
     writer.Node(*child, 0);
+  if (writer.out.empty())
+    writer.out = FacSTDictionary::Shared().LookUp("Output.Empty") + "\n";
   return writer.out;
 }
 

@@ -224,3 +224,20 @@ TEST_F(RendererTest, JsonCarriesTheDocumentWithMessageSourcesAndArgs) {
 
 } // namespace
 } // namespace host
+
+namespace host {
+namespace {
+
+TEST(EmptyReport, SaysSoInsteadOfABlankPage) {
+  OutputDocument document;
+  document.root.AddChild(NodeKind::Procedure, "Time Series Exploration");  // wrote nothing
+  const std::string empty_text = FacSTDictionary::Shared().LookUp("Output.Empty");
+  EXPECT_NE(RenderHtml(document).find(empty_text), std::string::npos);
+  EXPECT_EQ(RenderText(document), empty_text + "\n");
+  document.root.children.front()->AddChild(NodeKind::Text, "Debug")->lines = {"Done Parsing"};
+  EXPECT_EQ(RenderHtml(document).find(empty_text), std::string::npos);
+  EXPECT_EQ(RenderText(document).find(empty_text), std::string::npos);
+}
+
+}  // namespace
+}  // namespace host
