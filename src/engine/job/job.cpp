@@ -1,0 +1,101 @@
+// This file contains the job: the one place where the engine catches exceptions, so none
+// leaves a job.
+#include "engine/job/job.h"
+
+#include <exception>
+#include <new>
+
+#include "engine/job/table_iterator.h"
+#include "engine/script/parser.h"
+#include "engine/stages/registry.h"
+
+namespace engine {
+
+Job::Job() = default;
+Job::~Job() = default;
+
+bool Job::Prepare(std::string_view script) {
+  script_.reset();
+  stages_.clear();
+  results_.clear();
+  try {
+    if (PrepareUnguarded(script)) return true;
+  } catch (const std::bad_alloc&) {
+    messages_.Error("the script cannot be prepared: out of memory");
+  } catch (const std::exception& e) {
+    messages_.Error(std::string("the script cannot be prepared: ") + e.what());
+  } catch (...) {
+    messages_.Error("the script cannot be prepared: an unknown failure");
+  }
+  script_.reset();
+  stages_.clear();
+  return false;
+}
+
+bool Job::PrepareUnguarded(std::string_view text) {
+  auto parsed = ParseScript(text);
+  if (!parsed) return messages_.Error("script: " + parsed.message());
+  script_ = std::move(*parsed);
+  bool ok = true;
+  for (const StageCall& call : script_->pipeline) {
+    std::unique_ptr<Stage> stage = MakeStage(call.QualifiedName());
+    if (!stage) {
+      ok = messages_.Error("script: line " + std::to_string(call.line) + ": unknown stage '" +
+                           call.QualifiedName() + "'");
+      continue;
+    }
+    // Every stage is configured, so one prepare reports every faulty stage at once.
+    if (!stage->Configure(call, *script_, messages_)) ok = false;
+    stages_.push_back(std::move(stage));
+  }
+  return ok;
+}
+
+void Job::AddInputIterator(std::shared_ptr<InputStream> stream) { input_ = std::move(stream); }
+
+bool Job::Execute() {
+  try {
+    return ExecuteUnguarded();
+  } catch (const std::bad_alloc&) {
+    return messages_.Error("the job failed: out of memory");
+  } catch (const std::exception& e) {
+    return messages_.Error(std::string("the job failed: ") + e.what());
+  } catch (...) {
+    return messages_.Error("the job failed: an unknown failure");
+  }
+}
+
+bool Job::ExecuteUnguarded() {
+  if (!script_ || stages_.size() != script_->pipeline.size()) {
+    return messages_.Error("the job cannot run: its script was not prepared");
+  }
+  results_.clear();
+  StageContext context{messages_, input_.get(), results_};
+  std::optional<Table> table;
+  for (auto& stage : stages_) {
+    if (!stage->Run(context, table)) return false;
+  }
+  return true;
+}
+
+std::unique_ptr<RowIterator> Job::GetOutputIterator(const std::string& name) const {
+  auto found = results_.find(name);
+  if (found == results_.end()) return nullptr;
+  return std::make_unique<TableRowIterator>(found->second);
+}
+
+std::vector<std::string> Job::OutputNames() const {
+  std::vector<std::string> names;
+  for (const auto& [name, table] : results_) names.push_back(name);
+  return names;
+}
+
+void Job::Clean() {
+  script_.reset();
+  stages_.clear();
+  input_.reset();
+  results_.clear();
+  messages_.Clear();
+}
+
+}  // namespace engine

@@ -1,0 +1,40 @@
+// This file contains ASSimpleContainer, the job file of the engine bridge.
+#include "host/bridge/as_simple_container.h"
+
+#include <system_error>
+#include <utility>
+
+ASSimpleContainer::ASSimpleContainer(std::string name, const std::string& path)
+    : name_(std::move(name)) {
+  if (!path.empty()) {
+    path_ = path;
+    return;
+  }
+  auto made = support::TempFile::Create({}, "as");
+  if (!made.ok()) {
+    error_ = "cannot make a temporary file for \"" + name_ + "\": " + made.message();
+    return;
+  }
+  temp_.emplace(std::move(made).value());
+  path_ = temp_->path();
+}
+
+// The temporary file, if any, goes with `temp_` unless preserved.
+ASSimpleContainer::~ASSimpleContainer() = default;
+
+std::string ASSimpleContainer::getAbsolutePath() const {
+  if (path_.empty())
+    return {};
+  std::error_code ec;
+  std::filesystem::path absolute = std::filesystem::absolute(path_, ec);
+  return ec ? path_.string() : absolute.string();
+}
+
+std::string ASSimpleContainer::getGenericPath() const {
+  return std::filesystem::path(getAbsolutePath()).generic_string();
+}
+
+void ASSimpleContainer::preserveTempFile() {
+  if (temp_)
+    temp_->Preserve();
+}
