@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/data/table.h"
+#include "engine/job/descriptive.h"
 #include "engine/job/messages.h"
 #include "engine/job/row_iterator.h"
 #include "engine/script/ast.h"
@@ -44,6 +45,10 @@ class Job {
   const std::vector<Message>& Messages() const { return messages_.all(); }
   // The queued messages, leaving the queue empty.
   std::vector<Message> TakeMessages() { return messages_.Take(); }
+
+  // Runs the prepared pipeline like Execute and describes the table it ends with (the table of
+  // its last stage). False, with the reason queued, when the run or the description failed.
+  bool ExecuteDescriptive(const DescriptiveRequest& request, DescriptiveResult& result);
 
   // Forgets the script, the stages, the input stream, the results and the messages.
   void Clean();
