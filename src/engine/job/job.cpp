@@ -54,26 +54,50 @@ bool Job::PrepareUnguarded(std::string_view text) {
 void Job::AddInputIterator(std::shared_ptr<InputStream> stream) { input_ = std::move(stream); }
 
 bool Job::Execute() {
+  std::optional<Table> last;
+  return RunGuarded(last, "the job failed: ");
+}
+
+bool Job::RunGuarded(std::optional<Table>& last, const std::string& failure) {
+  // The one place where exceptions of the stages and of the libraries below them stop.
   try {
-    return ExecuteUnguarded();
+    return RunStages(last);
   } catch (const std::bad_alloc&) {
-    return messages_.Error("the job failed: out of memory");
+    return messages_.Error(failure + "out of memory");
   } catch (const std::exception& e) {
-    return messages_.Error(std::string("the job failed: ") + e.what());
+    return messages_.Error(failure + e.what());
   } catch (...) {
-    return messages_.Error("the job failed: an unknown failure");
+    return messages_.Error(failure + "an unknown failure");
   }
 }
 
-bool Job::ExecuteUnguarded() {
+bool Job::RunStages(std::optional<Table>& table) {
   if (!script_ || stages_.size() != script_->pipeline.size()) {
     return messages_.Error("the job cannot run: its script was not prepared");
   }
   results_.clear();
   StageContext context{messages_, input_.get(), results_};
-  std::optional<Table> table;
   for (auto& stage : stages_) {
     if (!stage->Run(context, table)) return false;
+  }
+  return true;
+}
+
+bool Job::ExecuteDescriptive(const DescriptiveRequest& request, DescriptiveResult& result) {
+  result = DescriptiveResult{};
+  std::optional<Table> table;
+  if (!RunGuarded(table, "the descriptive job failed: ")) return false;
+  if (!table) return messages_.Error("the descriptive job failed: the pipeline gave no table");
+  std::string error;
+  bool described = false;
+  try {
+    described = Describe(*table, request, result, error);
+  } catch (const std::exception& e) {
+    error = e.what();
+  }
+  if (!described) {
+    result = DescriptiveResult{};
+    return messages_.Error("the descriptive job failed: " + error);
   }
   return true;
 }

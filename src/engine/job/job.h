@@ -55,7 +55,10 @@ class Job {
 
  private:
   bool PrepareUnguarded(std::string_view script);
-  bool ExecuteUnguarded();
+  // Runs the stages, leaving the last stage's table in `table`.
+  bool RunStages(std::optional<Table>& table);
+  // RunStages with every exception turned into a message that starts with `failure`.
+  bool RunGuarded(std::optional<Table>& last, const std::string& failure);
 
   MessageQueue messages_;
   std::optional<Script> script_;
