@@ -6,6 +6,10 @@
 #include <vector>
 
 #include "host/data/procedure_data_source.h"
+#include "host/bridge/as_data_model.h"
+#include "host/bridge/as_raw_data_iterator.h"
+#include "host/bridge/as_runner.h"
+#include "host/bridge/as_stop_processor.h"
 #include "host/frame/command_processor.h"
 #include "host/frame/host_services.h"
 #include "host/messages/fac_st_dictionary.h"
@@ -15,7 +19,9 @@
 #include "tcm/analysis/tcm_anly_parser.h"
 #include "tcm/apply/tcm_apply_parser.h"
 #include "tcm/frame/command_context.h"
+#include "tcm/model/check_prepared_data.h"
 #include "tcm/model/tcm_model_parser.h"
+#include "tcm/stages/tsdp_runner.h"
 
 namespace {
 
@@ -69,6 +75,10 @@ extern "C" void TCMMODEL() {
   TCMModelValidSpecs spec;
   CommandContext context;
   context.Fill("TCM MODEL", kModelTitle);
+  ASRunner runner(procedure);
+  runner.prepareActiveDS(dataSource, true, true);
+  runner.resetJNI();
+  ASStopProcessor stopProcessor(0.0);
   TCMModelParser parser(tokens, &spec, &context, &dataSource);
   BEPesRepos::BEPesClear();
   QUORMBConverter* converter = QUORMBConverterNew_A(0);
@@ -79,14 +89,23 @@ extern "C" void TCMMODEL() {
       debugList = &debugLines;
       debugList->addOutputLine("Done Parsing");
     }
-    const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
-    // Data model and iterator over `indexes`, time string conversion and the data checks run
-    // here once the engine bridge is in place; the data checks end with the settings' debug
-    // display, which stands here until they do. `tcm check` stops after them; a run goes on
-    // with "Updated Data Model", preparation, the model sequence and the output, each gated
-    // by the one before.
-    (void)indexes;
-    if (spec.debug) spec.displayValidSpec();
+    const std::vector<int32_t> indexList = parser.AnalysisVariableIndices();
+    ASDataModel dataModel(&dataSource, true, true, false);
+    dataModel.UpdateAnalysMetadata(std::vector<int>(indexList.begin(), indexList.end()));
+    ASRawDataIterator iterator(dataModel, nullptr);
+    iterator.SetName("_activeTCMDataset_");
+    iterator.SetStopProcessor(&stopProcessor);
+    TSDPRunner tsdpRunner(spec, runner, iterator, nullptr);
+
+    bool dataChecked = tsdpRunner.ConvertTimeStrings();
+    if (dataChecked) {
+      dataChecked = CheckPreparedData(spec, runner, tsdpRunner, dataSource,
+                                      context.GetParserMessage(), converter);
+    }
+    if (debugList != nullptr) debugList->addOutputLine("Updated Data Model");
+    // Preparation (RunTSDP), the model sequence and the output follow here, each gated by the
+    // one before, as their stages arrive; `tcm check` stops after the data checks.
+    (void)dataChecked;
   }
 
   if (converter != nullptr) QUORMBConverterDelete_A(converter);

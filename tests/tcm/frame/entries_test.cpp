@@ -34,7 +34,14 @@ std::unique_ptr<Run> RunSyntax(const std::string& syntax, bool check_only = fals
   session.document = &run->document;
   session.err = &run->err;
   session.check_only = check_only;
-  session.active_dataset = tcm_test::MakeDataset({{"sales"}, {"price"}, {"region", 8, "A8"}});
+  session.active_dataset =
+      tcm_test::MakeDataset({{"sales"}, {"price"}, {"region", 8, "A8"}, {"day", 0, "DATE11"}}, 3);
+  for (int64_t row = 0; row < 3; ++row) {
+    session.active_dataset->SetNumber(row, 0, 10.0 + static_cast<double>(row));
+    session.active_dataset->SetNumber(row, 1, 2.5);
+    session.active_dataset->SetText(row, 2, row == 0 ? "East" : "West");
+    session.active_dataset->SetNumber(row, 3, 1672531200.0 + 86400.0 * static_cast<double>(row));
+  }
   host::CommandProcessor processor(session);
   RegisterTCMEntries(processor);
   run->outcomes = processor.RunSyntax(syntax, "test.tcm");
@@ -114,11 +121,37 @@ TEST(Entries, UnknownCommandsAndCommentsAndTheNextCommand) {
   EXPECT_TRUE(run->outcomes[2].had_error);
 }
 
-TEST(Entries, CheckOnlyParsesAndRunsNothingMore) {
+TEST(Entries, DebugLinesAroundTheDataChecks) {
   const auto run = RunSyntax("TCM MODEL /DEBUG_ /DATASETTINGS TIMETYPE=NONE /FIELDSGROUP /FIELDS TARGETS=sales.\n", true);
   ASSERT_EQ(run->outcomes.size(), 1u);
   EXPECT_FALSE(run->outcomes[0].had_error) << run->Text();
-  EXPECT_EQ(run->DebugLines(), (std::vector<std::string>{"Done Parsing", "Done()"}));
+  EXPECT_EQ(run->DebugLines(),
+            (std::vector<std::string>{"Done Parsing", "Updated Data Model", "Done()"}));
+}
+
+TEST(Entries, AFailingDataCheckStillPrintsItsDebugLinesButNoSettings) {
+  const auto run = RunSyntax(
+      "TCM MODEL /DEBUG_ /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
+      "  /DATAFILTER DIMVALUES=region(INCLUDE=Nowhere) /FIELDSGROUP /FIELDS TARGETS=sales.\n");
+  ASSERT_EQ(run->outcomes.size(), 1u);
+  EXPECT_TRUE(run->outcomes[0].had_error);
+  EXPECT_EQ(run->DebugLines(),
+            (std::vector<std::string>{"Done Parsing", "Updated Data Model", "Done()"}));
+  const auto messages = run->document.Messages();
+  ASSERT_FALSE(messages.empty());
+  EXPECT_EQ(messages.back()->source, "INVALID_DIM_VAL_KEY") << run->Text();
+  EXPECT_EQ(run->Text().find("valid specificaton display starts"), std::string::npos);
+}
+
+TEST(Entries, TheIntervalFoundInTheDataMustFitTheAnalysisInterval) {
+  const auto run = RunSyntax(
+      "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
+      "  ANALYSISINTERVAL=MINUTE /FIELDSGROUP /FIELDS TARGETS=sales.\n");
+  ASSERT_EQ(run->outcomes.size(), 1u);
+  const auto messages = run->document.Messages();
+  ASSERT_EQ(messages.size(), 1u) << run->Text();
+  EXPECT_EQ(messages[0]->source, "MISMATCHING_INTERVAL_KEY");
+  EXPECT_EQ(messages[0]->args, (std::vector<std::string>{"MINUTE", "DAY"}));
 }
 
 }  // namespace

@@ -1,0 +1,33 @@
+// This file contains the checks of TCM MODEL that need a first look at the data: the categories
+// of the dimension fields against their limit and the value filters, and the input interval
+// that the data show when the command asked to detect it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/bridge/cf_metadata.h"
+#include "tcm/common/dim_filter.h"
+#include "tcm/model/tcm_model_spec.h"
+
+class ASRunner;
+class ParserMessage;
+class ProcedureDataSource;
+class TSDPRunner;
+struct QUORMBConverter;
+
+// Runs the descriptive pass over the converted data and settles the spec against it; ends with
+// the settings display under DEBUG_. False once a failure was reported.
+bool CheckPreparedData(TCMModelValidSpecs& spec, ASRunner& runner, TSDPRunner& tsdpRunner,
+                       const ProcedureDataSource& dataSource, ParserMessage& messages,
+                       QUORMBConverter* converter);
+
+// False with MAX_EXCEED_KEY when a field of the statistics text went over the category limit;
+// false with no message when the text has no field summaries.
+bool CheckCategoryLimits(const std::string& statXml, int maxDimValues, ParserMessage& messages);
+// Settles DATAFILTER, every SERIESFILTER and every FIELDS filter against the data's categories.
+bool CheckFiltersAgainstData(TCMModelValidSpecs& spec, const CFMetaData& metaData,
+                             ParserMessage& messages);
+// Keeps of a FIELDS filter only the values that DATAFILTER keeps too; none left is an error.
+bool NarrowToDataFilter(DimValueFilter& filter, const DimFilterSet& dataFilter,
+                        const std::string& label, ParserMessage& messages);
