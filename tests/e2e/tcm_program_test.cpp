@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -125,6 +126,48 @@ TEST_F(TcmProgram, BrokenDataIsAClearMessageNotACrash) {
   const Outcome outcome = Tcm("describe --data " + csv);
   EXPECT_EQ(outcome.status, 1) << outcome.out;
   EXPECT_NE(outcome.out.find("broken.csv"), std::string::npos) << outcome.out;
+}
+
+// The data checks of TCM MODEL stop a run with their message, and the run leaves no temporary
+// file behind either way.
+TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {
+  std::string csv = "day,id,y\n";
+  for (int day = 1; day <= 3; ++day) {
+    for (int id = 0; id < 150; ++id) {
+      csv += "2023-01-0" + std::to_string(day) + ",k" + std::to_string(id) + "," +
+             std::to_string(id % 7) + "\n";
+    }
+  }
+  const std::string data = Write(Path("many.csv"), csv);
+  const fs::path temp = Path("tmp");
+  fs::create_directory(temp);
+  const auto run = [&](const std::string& settings) {
+    const std::string syntax = Write(Path("check.tcm"),
+                                     "TCM MODEL /DATASETTINGS DIMENSIONS=id TIMETYPE=DATETIMEVAR "
+                                     "TIMEVAR=day " + settings +
+                                     "\n /FIELDSGROUP /FIELDS TARGETS=y.\n");
+    return Tcm("run " + syntax + " --data " + data + " --json " + Path("r.json").string() +
+               " --text");
+  };
+  // The program's temporary files go to $TMPDIR; the test's own folder must stay empty.
+  setenv("TMPDIR", temp.c_str(), 1);
+  struct Case {
+    std::string settings;
+    std::string key;
+  };
+  for (const Case& check : {Case{"MAXDIMVALUES=101", "MAX_EXCEED_KEY"},
+                            Case{"/DATAFILTER DIMVALUES=id(INCLUDE=k1 zz)", "INVALID_DIM_VAL_KEY"},
+                            Case{"ANALYSISINTERVAL=SECOND", "MISMATCHING_INTERVAL_KEY"}}) {
+    const Outcome failed = run(check.settings);
+    EXPECT_EQ(failed.status, 1) << check.settings << "\n" << failed.out;
+    EXPECT_NE(ReadAll(Path("r.json")).find("\"" + check.key + "\""), std::string::npos)
+        << check.settings << "\n" << failed.out;
+    EXPECT_TRUE(fs::is_empty(temp)) << check.settings;
+  }
+  const Outcome passed = run("");
+  unsetenv("TMPDIR");
+  EXPECT_EQ(passed.status, 0) << passed.out;
+  EXPECT_TRUE(fs::is_empty(temp));
 }
 
 }  // namespace
