@@ -89,15 +89,11 @@ void HtmlWriter::TableObject(const OutputNode &node, const char *css_class) {
   const std::string title = node.title.empty() ? table.title : node.title;
   OutlineLeaf(id, title, node.kind == NodeKind::Notes ? "nav-notes" : "nav-table");
 
-  std::size_t columns = 0;
-  for (const auto &row : table.rows)
-    columns = std::max(columns, row.size());
-  if (columns == 0)
-    columns = table.column_labels.size();
-  const bool row_header = !table.row_labels.empty();
-  // With a row header column, one label more than the data columns is the corner's.
-  const bool corner = row_header && table.column_labels.size() == columns + 1;
-  const std::size_t first_label = corner ? 1 : 0;
+  const TableShape shape = ShapeOf(table);
+  const std::size_t columns = shape.columns;
+  const bool row_header = shape.row_header;
+  const bool corner = shape.corner;
+  const std::size_t first_label = shape.first_label;
 
   body += "<figure class=\"object table-object\" id=\"" + id + "\"><table class=\"" +
           std::string(css_class) + "\"><caption>" + Escape(title) + "</caption>";

@@ -1,6 +1,8 @@
 // This file contains helpers shared by the renderers.
 #include "host/output/render_common.h"
 
+#include <algorithm>
+
 #include "host/messages/fac_st_dictionary.h"
 
 namespace host {
@@ -13,6 +15,19 @@ bool HasContent(const OutputNode &node) {
       return true;
   }
   return false; // a procedure that wrote nothing (TSEXPLOR) leaves no trace
+}
+
+TableShape ShapeOf(const Table &table) {
+  TableShape shape;
+  for (const auto &row : table.rows)
+    shape.columns = std::max(shape.columns, row.size());
+  if (shape.columns == 0)
+    shape.columns = table.column_labels.size();
+  shape.row_header = !table.row_labels.empty();
+  // With a row header column, one label more than the data columns is the corner's.
+  shape.corner = shape.row_header && table.column_labels.size() == shape.columns + 1;
+  shape.first_label = shape.corner ? 1 : 0;
+  return shape;
 }
 
 std::string SeverityWord(Severity severity) {

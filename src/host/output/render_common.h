@@ -9,6 +9,16 @@ namespace host {
 
 // False for a heading with nothing below it but other empty headings: a place holder that no
 // object filled. Renderers for people leave such headings out.
+// The layout of a table both renderers draw: the count of data columns, whether a row header
+// column stands first, and whether the column labels start with the corner's.
+struct TableShape {
+  std::size_t columns = 0;
+  bool row_header = false;
+  bool corner = false;
+  std::size_t first_label = 0;  // the column label of the first data column
+};
+TableShape ShapeOf(const Table &table);
+
 bool HasContent(const OutputNode &node);
 
 // The translated word for a severity ("Error", "Warning", "Note").

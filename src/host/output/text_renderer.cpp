@@ -153,14 +153,11 @@ void TextWriter::TableObject(const OutputNode &node, std::size_t indent) {
   Gap();
   Line(indent, node.title.empty() ? table.title : node.title);
 
-  std::size_t columns = 0;
-  for (const auto &row : table.rows)
-    columns = std::max(columns, row.size());
-  if (columns == 0)
-    columns = table.column_labels.size();
-  const bool row_header = !table.row_labels.empty();
-  const bool corner = row_header && table.column_labels.size() == columns + 1;
-  const std::size_t first_label = corner ? 1 : 0;
+  const TableShape shape = ShapeOf(table);
+  const std::size_t columns = shape.columns;
+  const bool row_header = shape.row_header;
+  const bool corner = shape.corner;
+  const std::size_t first_label = shape.first_label;
   const std::size_t width_count = columns + (row_header ? 1 : 0);
   if (width_count == 0)
     return;
