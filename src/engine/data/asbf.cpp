@@ -10,6 +10,7 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <string>
 
 #include "support/file_io.h"
@@ -93,39 +94,63 @@ support::Status WriteAsbf(const std::filesystem::path& path, const Table& table)
   if (!table.IsConsistent()) {
     return support::Error{path.string() + ": the table's columns do not match its data model"};
   }
-  const std::uint64_t rows = table.RowCount();
-  std::string out;
-  out.append(kMagic, 4);
-  Put(out, kVersion);
-  Put(out, rows);
-  Put(out, static_cast<std::uint32_t>(table.columns.size()));
-  for (const Field& field : table.model.fields) {
-    Put(out, static_cast<std::uint8_t>(field.storage));
-    Put(out, static_cast<std::uint32_t>(field.name.size()));
-    out += field.name;
-  }
-  for (const Column& column : table.columns) {
-    switch (column.storage()) {
-      case Storage::kInteger:
-        for (std::int32_t v : column.ints()) Put(out, v);
-        break;
-      case Storage::kReal:
-        for (double v : column.reals()) Put(out, v);
-        break;
-      case Storage::kString: {
-        std::uint64_t end = 0;
-        for (const std::string& text : column.texts()) {
-          end += text.size();
-          Put(out, end);
-        }
-        for (const std::string& text : column.texts()) out += text;
-        break;
+  // The bytes go out in chunks, so a large table never has a second copy in memory.
+  return support::WriteFileAtomically(path, [&](const std::filesystem::path& temp) {
+    std::ofstream file(temp, std::ios::binary | std::ios::trunc);
+    std::string out;
+    constexpr std::size_t kChunk = 1 << 20;
+    auto flush = [&](bool always) {
+      if (always || out.size() >= kChunk) {
+        file.write(out.data(), static_cast<std::streamsize>(out.size()));
+        out.clear();
       }
+    };
+    out.append(kMagic, 4);
+    Put(out, kVersion);
+    Put(out, static_cast<std::uint64_t>(table.RowCount()));
+    Put(out, static_cast<std::uint32_t>(table.columns.size()));
+    for (const Field& field : table.model.fields) {
+      Put(out, static_cast<std::uint8_t>(field.storage));
+      Put(out, static_cast<std::uint32_t>(field.name.size()));
+      out += field.name;
     }
-    out.append(reinterpret_cast<const char*>(column.missing().data()), column.missing().size());
-  }
-  out.append(kEndMark, 4);
-  return support::WriteFileAtomically(path, out);
+    for (const Column& column : table.columns) {
+      switch (column.storage()) {
+        case Storage::kInteger:
+          for (std::int32_t v : column.ints()) {
+            Put(out, v);
+            flush(false);
+          }
+          break;
+        case Storage::kReal:
+          for (double v : column.reals()) {
+            Put(out, v);
+            flush(false);
+          }
+          break;
+        case Storage::kString: {
+          std::uint64_t end = 0;
+          for (const std::string& text : column.texts()) {
+            end += text.size();
+            Put(out, end);
+            flush(false);
+          }
+          for (const std::string& text : column.texts()) {
+            out += text;
+            flush(false);
+          }
+          break;
+        }
+      }
+      out.append(reinterpret_cast<const char*>(column.missing().data()), column.missing().size());
+      flush(false);
+    }
+    out.append(kEndMark, 4);
+    flush(true);
+    file.close();
+    if (!file) return support::Status(support::Error{path.string() + ": the file cannot be written"});
+    return support::Status();
+  });
 }
 
 support::Result<Table> ReadAsbf(const std::filesystem::path& path) {

@@ -55,13 +55,13 @@ void Job::AddInputIterator(std::shared_ptr<InputStream> stream) { input_ = std::
 
 bool Job::Execute() {
   std::optional<Table> last;
-  return RunGuarded(last, "the job failed: ");
+  return RunGuarded(last, false, "the job failed: ");
 }
 
-bool Job::RunGuarded(std::optional<Table>& last, const std::string& failure) {
+bool Job::RunGuarded(std::optional<Table>& last, bool keep_last, const std::string& failure) {
   // The one place where exceptions of the stages and of the libraries below them stop.
   try {
-    return RunStages(last);
+    return RunStages(last, keep_last);
   } catch (const std::bad_alloc&) {
     return messages_.Error(failure + "out of memory");
   } catch (const std::exception& e) {
@@ -71,14 +71,15 @@ bool Job::RunGuarded(std::optional<Table>& last, const std::string& failure) {
   }
 }
 
-bool Job::RunStages(std::optional<Table>& table) {
+bool Job::RunStages(std::optional<Table>& table, bool keep_last) {
   if (!script_ || stages_.size() != script_->pipeline.size()) {
     return messages_.Error("the job cannot run: its script was not prepared");
   }
   results_.clear();
   StageContext context{messages_, input_.get(), results_};
-  for (auto& stage : stages_) {
-    if (!stage->Run(context, table)) return false;
+  for (std::size_t i = 0; i < stages_.size(); ++i) {
+    context.table_needed_after = keep_last || i + 1 < stages_.size();
+    if (!stages_[i]->Run(context, table)) return false;
   }
   return true;
 }
@@ -86,7 +87,7 @@ bool Job::RunStages(std::optional<Table>& table) {
 bool Job::ExecuteDescriptive(const DescriptiveRequest& request, DescriptiveResult& result) {
   result = DescriptiveResult{};
   std::optional<Table> table;
-  if (!RunGuarded(table, "the descriptive job failed: ")) return false;
+  if (!RunGuarded(table, true, "the descriptive job failed: ")) return false;
   if (!table) return messages_.Error("the descriptive job failed: the pipeline gave no table");
   std::string error;
   bool described = false;

@@ -55,10 +55,10 @@ class Job {
 
  private:
   bool PrepareUnguarded(std::string_view script);
-  // Runs the stages, leaving the last stage's table in `table`.
-  bool RunStages(std::optional<Table>& table);
+  // Runs the stages, leaving the last stage's table in `table` when `keep_last`.
+  bool RunStages(std::optional<Table>& table, bool keep_last);
   // RunStages with every exception turned into a message that starts with `failure`.
-  bool RunGuarded(std::optional<Table>& last, const std::string& failure);
+  bool RunGuarded(std::optional<Table>& last, bool keep_last, const std::string& failure);
 
   MessageQueue messages_;
   std::optional<Script> script_;

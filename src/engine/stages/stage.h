@@ -19,6 +19,9 @@ struct StageContext {
   InputStream* input = nullptr;  // the bound input stream, or null
   // Result streams by name (the file name of a written data file, or a stream name).
   std::map<std::string, std::shared_ptr<const Table>>& results;
+  // False while the last stage of a job whose final table nobody reads runs: that stage may
+  // move its table away instead of copying it.
+  bool table_needed_after = true;
 };
 
 // A stage is made from the registry, configured once from its call (reading its JSON into an

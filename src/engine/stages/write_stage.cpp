@@ -58,7 +58,12 @@ class WriteStage : public Stage {
       auto status = WriteAsbfWithModel(options_.data_path, options_.model_path, *table);
       if (!status) return context.messages.Error(place + status.message());
     }
-    context.results[options_.stream_name] = std::make_shared<const Table>(*table);
+    if (context.table_needed_after) {
+      context.results[options_.stream_name] = std::make_shared<const Table>(*table);
+    } else {
+      context.results[options_.stream_name] = std::make_shared<const Table>(std::move(*table));
+      table.reset();
+    }
     return true;
   }
 
