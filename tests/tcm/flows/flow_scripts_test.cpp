@@ -8,7 +8,9 @@
 
 #include "host/bridge/app_host.h"
 #include "tcm/flows/flow_blocks.h"
+#include "tcm/model/tcm_model_parser.h"
 #include "tcm/model/tcm_model_spec.h"
+#include "tcm/tcm_test_util.h"
 
 namespace {
 
@@ -296,3 +298,35 @@ TEST_F(FlowScripts, ScenarioOutputAndMerge) {
 }
 
 } // namespace
+
+// The flows of a command read from its text: ISO 8601 time strings and a forecast flag asked by
+// SAVE reach the conversion, reverse and scoring flows through the real readers.
+TEST_F(FlowScripts, FlowsOfACommandReadFromItsText) {
+  auto dataset = tcm_test::MakeDataset({{"sales"}, {"stamp", 20, "A20"}}, 3);
+  auto parsed = tcm_test::Parse<TCMModelValidSpecs, TCMModelParser>(
+      "TCM MODEL /DATASETTINGS TIMETYPE=ISO8601 TIMEVAR=stamp INPUTINTERVAL=DAY "
+      "/SAVE TARGETS PREDICTED FORECASTFLAG(Future) /FIELDSGROUP /FIELDS TARGETS=sales.",
+      dataset, "TCM MODEL", "Temporal Causal Modeling");
+  ASSERT_TRUE(parsed.ok) << parsed.Describe();
+  spec = parsed.spec;
+  FlowBlocks blocks = MakeBlocks();
+  EXPECT_EQ(ConversionFlowScript(blocks, "_activeTCMDataset_"),
+            "val readerConf = {\"dataSource\":\"_activeTCMDataset_\",\"readErrorThreshold\":-1}\n"
+            "val toTS = ctx => x => (\"stamp\", toTimestamp(x.stamp, \"yyyy-MM-dd HH:mm:ss\", "
+            "\"yyyy-MM-dd\", \"HH:mm:ss\", \"en_US\", date(1970,1,1)))\n"
+            "val writerConf = {\"dataDestination\":\"file:////run/conv\",\"dataModelDestination\":"
+            "\"file:////run/conv.xml\",\"type\":\"asbf\"}\n"
+            "read(readerConf)->reclassifyField(_,toTS)->write(writerConf)");
+  // FORECASTFLAG in SAVE turns the flag on without forcing it.
+  EXPECT_EQ(blocks.RtsdpBlock(false), kRtsdpFlag);
+  ScoringFlowFiles files{&model_file, &output_data, &output_model, nullptr};
+  EXPECT_EQ(ScoringFlowScript(blocks, "{}", false, false, files),
+            "val scoreConf = {}\nval dataWriterConf = " + kOutWriter + "\n" +
+                "val scoreInConf = " + kModelIn + "\n" + kRtsdpFlag + "\n" + kPreparedReader +
+                "\n" +
+                "val toStr = ctx => x => (\"stamp\", format(x.stamp, \"yyyy-MM-dd HH:mm:ss\", "
+                "\"en_US\"))\n"
+                "read(readerConf)->tcm:score(scoreConf, scoreInConf,_)->"
+                "rtsdp:rtsdp(rtsdpConf, rtsdpInConf, _)->reclassifyField(_,toStr)->"
+                "write(dataWriterConf)");
+}
