@@ -4,9 +4,11 @@
 
 #include <cstring>
 #include <random>
+#include <set>
 
 #include "engine/data/asbf.h"
 #include "engine/job/engine.h"
+#include "engine/stages/registry.h"
 #include "support/temp_file.h"
 #include "support/time.h"
 
@@ -294,8 +296,16 @@ TEST(Job, NoExceptionEscapesOnGarbageScripts) {
 }
 
 TEST(Engine, ListsItsStagesFromTheRegistry) {
+  // The stages that flow scripts name, each once and each made by its factory.
   const auto names = Engine::StageNames();
-  EXPECT_EQ(names, (std::vector<std::string>{"read", "write", "sort", "reclassifyField"}));
+  const std::set<std::string> distinct(names.begin(), names.end());
+  EXPECT_EQ(distinct.size(), names.size());
+  for (const char* name : {"read", "write", "sort", "reclassifyField", "tsdp:tsdp", "rtsdp:rtsdp",
+                           "tsdp:convertor", "tcm:tcm", "tcm:summary", "tcm:score", "tcm:ar"}) {
+    EXPECT_TRUE(distinct.count(name)) << name;
+    EXPECT_NE(MakeStage(name), nullptr) << name;
+  }
+  EXPECT_EQ(MakeStage("tcm:nosuch"), nullptr);
   EXPECT_NE(Engine().NewJob(), nullptr);
 }
 
