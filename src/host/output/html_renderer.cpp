@@ -6,6 +6,9 @@
 
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/chart_data.h"
+#include "host/output/chart_model.h"
+#include "host/output/figure_assets.h"
+#include "host/output/figure_svg.h"
 #include "host/output/markup.h"
 #include "host/output/number_format.h"
 #include "host/output/render_common.h"
@@ -17,6 +20,19 @@ namespace {
 
 std::string Escape(std::string_view text) {
   return EscapeMarkup(text);
+}
+
+// A header label may hold line breaks (the levels of nested column categories).
+std::string EscapeLines(std::string_view text) {
+  std::string out;
+  std::size_t start = 0;
+  while (true) {
+    const std::size_t newline = text.find('\n', start);
+    out += Escape(text.substr(start, newline == std::string_view::npos ? newline : newline - start));
+    if (newline == std::string_view::npos) return out;
+    out += "<br>";
+    start = newline + 1;
+  }
 }
 
 class HtmlWriter {
@@ -96,7 +112,12 @@ void HtmlWriter::TableObject(const OutputNode &node, const char *css_class) {
   const std::size_t first_label = shape.first_label;
 
   body += "<figure class=\"object table-object\" id=\"" + id + "\"><table class=\"" +
-          std::string(css_class) + "\"><caption>" + Escape(title) + "</caption>";
+          std::string(css_class) + "\"><caption>" + Escape(title);
+  // A table drawn for one series is titled by the series; its own title says what it is.
+  if (!table.title.empty() && table.title != title) {
+    body += "<span class=\"caption-sub\">" + Escape(table.title) + "</span>";
+  }
+  body += "</caption>";
   if (!table.column_labels.empty()) {
     body += "<thead><tr>";
     if (row_header) {
@@ -106,7 +127,7 @@ void HtmlWriter::TableObject(const OutputNode &node, const char *css_class) {
     for (std::size_t c = 0; c < columns; ++c) {
       const std::size_t at = first_label + c;
       body += "<th scope=\"col\">" +
-              (at < table.column_labels.size() ? Escape(table.column_labels[at]) : std::string()) +
+              (at < table.column_labels.size() ? EscapeLines(table.column_labels[at]) : std::string()) +
               "</th>";
     }
     body += "</tr></thead>";
@@ -158,9 +179,18 @@ void HtmlWriter::ChartObject(const OutputNode &node) {
           "\" id=\"" + id + "\"><figcaption class=\"object-title\">" + Escape(node.title) +
           "</figcaption>";
   LineChart chart;
+  Distribution distribution;
+  SystemGraph graph;
+  ImpactDiagram impact;
   std::string problem;
   if (ReadLineChart(node.payload, chart, problem)) {
     body += "<div class=\"chart-frame\">" + RenderLineChartSvg(chart) + "</div>";
+  } else if (ReadDistribution(node.payload, distribution, problem)) {
+    body += RenderDistributionHtml(distribution);
+  } else if (ReadSystemGraph(node.payload, graph, problem)) {
+    body += RenderSystemGraphHtml(graph);
+  } else if (ReadImpactDiagram(node.payload, impact, problem)) {
+    body += RenderImpactHtml(impact);
   } else {
     body += "<p class=\"unavailable\">" +
             Escape(FacSTDictionary::Shared().LookUp("Output.UnknownChart")) + "</p>";
@@ -225,10 +255,10 @@ std::string RenderHtml(const OutputDocument &document) {
   const std::string contents = FacSTDictionary::Shared().LookUp("Contents");
   return FillTemplate(kReportHtml, {{"title", Escape(document.title)},
                                     {"contents", Escape(contents)},
-                                    {"style", kReportCss},
+                                    {"style", std::string(kReportCss) + kFiguresCss},
                                     {"outline", "<ul class=\"tree\">" + writer.outline + "</ul>"},
                                     {"content", writer.body},
-                                    {"script", kReportJs}});
+                                    {"script", std::string(kReportJs) + kFiguresJs}});
 }
 
 } // namespace host

@@ -30,7 +30,9 @@ std::string FormatNumber(double value, int decimals) {
 }
 
 std::string FormatCell(const Cell &cell) {
-  return cell.is_number ? FormatNumber(cell.number, cell.decimals) : cell.text;
+  // A number cell may carry its printed form (a date, a percent): shown as given.
+  if (cell.is_number && cell.text.empty()) return FormatNumber(cell.number, cell.decimals);
+  return cell.text;
 }
 
 Cell NumberCell(double value, int decimals) {

@@ -14,7 +14,8 @@ namespace host {
 // without its sign; NaN prints as "." (missing); infinities as "Infinity" and "-Infinity".
 std::string FormatNumber(double value, int decimals = -1);
 
-// The text of a cell as it is shown: its number formatted by its decimals, else its text.
+// The text of a cell as it is shown: a number cell's own text when it has one (a date or a
+// percent printed by its format), else its number by its decimals; a text cell's text.
 std::string FormatCell(const Cell &cell);
 
 // A number cell; a text cell.

@@ -5,6 +5,7 @@
 
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/chart_data.h"
+#include "host/output/chart_model.h"
 #include "host/output/number_format.h"
 #include "host/output/render_common.h"
 
@@ -152,6 +153,9 @@ void TextWriter::TableObject(const OutputNode &node, std::size_t indent) {
   const Table &table = node.table;
   Gap();
   Line(indent, node.title.empty() ? table.title : node.title);
+  if (!node.title.empty() && !table.title.empty() && table.title != node.title) {
+    Line(indent, table.title);
+  }
 
   const TableShape shape = ShapeOf(table);
   const std::size_t columns = shape.columns;
@@ -248,9 +252,22 @@ void TextWriter::ChartObject(const OutputNode &node, std::size_t indent) {
   Gap();
   Line(indent, node.title);
   LineChart chart;
+  Distribution distribution;
+  SystemGraph graph;
+  ImpactDiagram impact;
   std::string problem;
+  std::vector<std::string> lines;
   if (ReadLineChart(node.payload, chart, problem)) {
-    for (const auto &line : DescribeLineChart(chart))
+    lines = DescribeLineChart(chart);
+  } else if (ReadDistribution(node.payload, distribution, problem)) {
+    lines = DescribeDistribution(distribution);
+  } else if (ReadSystemGraph(node.payload, graph, problem)) {
+    lines = DescribeSystemGraph(graph);
+  } else if (ReadImpactDiagram(node.payload, impact, problem)) {
+    lines = DescribeImpactDiagram(impact);
+  }
+  if (!lines.empty()) {
+    for (const auto &line : lines)
       Line(indent + 2, line);
   } else {
     Line(indent + 2, FacSTDictionary::Shared().LookUp("Output.UnknownChart"));

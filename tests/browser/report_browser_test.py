@@ -1,0 +1,274 @@
+#!/usr/bin/env python3
+"""Browser test of the HTML report: opens a report drawn from the sample output document in a
+headless Chromium (through chromedriver, standard library only) and checks that the page runs
+without console errors, that hovering a series in the model system graph highlights its inputs
+and outputs, that the significance filter hides connections, that graph labels do not overlap,
+and that the single-series view shows a series with its neighbours.
+
+usage: report_browser_test.py --sample PATH [--chromium PATH] [--chromedriver PATH]
+                              [--screenshots DIR]
+Exit status 0 when every check passed, 1 when one failed, 77 when the browser is not available
+(the test is then skipped)."""
+
+import argparse
+import base64
+import json
+import os
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import urllib.error
+import urllib.request
+
+SKIP = 77
+
+
+class Driver:
+    """A minimal W3C WebDriver client over HTTP."""
+
+    def __init__(self, port):
+        self.base = "http://127.0.0.1:%d" % port
+        self.session = None
+
+    def call(self, method, path, body=None):
+        data = None if body is None else json.dumps(body).encode()
+        request = urllib.request.Request(self.base + path, data=data, method=method,
+                                         headers={"Content-Type": "application/json"})
+        try:
+            with urllib.request.urlopen(request, timeout=60) as response:
+                return json.loads(response.read().decode()).get("value")
+        except urllib.error.HTTPError as error:
+            detail = error.read().decode(errors="replace")
+            raise RuntimeError("%s %s failed: %s" % (method, path, detail[:500]))
+
+    def start(self, chromium):
+        options = {"args": ["--headless=new", "--no-sandbox", "--disable-gpu",
+                            "--window-size=1400,1100", "--disable-dev-shm-usage"]}
+        if chromium:
+            options["binary"] = chromium
+        value = self.call("POST", "/session", {"capabilities": {"alwaysMatch": {
+            "browserName": "chrome", "goog:chromeOptions": options,
+            "goog:loggingPrefs": {"browser": "ALL"}}}})
+        self.session = value["sessionId"]
+
+    def s(self, path):
+        return "/session/%s%s" % (self.session, path)
+
+    def go(self, url):
+        self.call("POST", self.s("/url"), {"url": url})
+
+    def run(self, script, *args):
+        return self.call("POST", self.s("/execute/sync"), {"script": script, "args": list(args)})
+
+    def find(self, css):
+        value = self.call("POST", self.s("/element"), {"using": "css selector", "value": css})
+        return list(value.values())[0]
+
+    def hover(self, element):
+        key = "element-6066-11e4-a52e-4f735466cecf"
+        self.call("POST", self.s("/actions"), {"actions": [{
+            "type": "pointer", "id": "mouse", "parameters": {"pointerType": "mouse"},
+            "actions": [{"type": "pointerMove", "duration": 0, "x": 0, "y": 0,
+                         "origin": {key: element}}]}]})
+
+    def screenshot(self, element, path):
+        # The viewport with the element at its top: element shots of large SVGs time out.
+        self.run("arguments[0].scrollIntoView({block: 'start', behavior: 'instant'}); window.scrollBy({top: -8, behavior: 'instant'});",
+                 {"element-6066-11e4-a52e-4f735466cecf": element})
+        data = self.call("GET", self.s("/screenshot"))
+        with open(path, "wb") as out:
+            out.write(base64.b64decode(data))
+
+    def browser_log(self):
+        try:
+            return self.call("POST", self.s("/se/log"), {"type": "browser"}) or []
+        except RuntimeError:
+            return None
+
+    def quit(self):
+        if self.session:
+            try:
+                self.call("DELETE", self.s(""))
+            except Exception:  # the browser is going away anyway
+                pass
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--sample", required=True)
+    parser.add_argument("--chromium", default=shutil.which("chromium") or shutil.which("chromium-browser"))
+    parser.add_argument("--chromedriver", default=shutil.which("chromedriver"))
+    parser.add_argument("--screenshots")
+    args = parser.parse_args()
+    if not args.chromium or not args.chromedriver:
+        print("SKIP: chromium and chromedriver are needed (Debian packages chromium, chromium-driver)")
+        return SKIP
+
+    work = tempfile.mkdtemp(prefix="tcm-report-browser-")
+    page = os.path.join(work, "report.html")
+    made = subprocess.run([args.sample, page], capture_output=True, text=True)
+    if made.returncode != 0:
+        print("FAIL: the sample report was not written: " + made.stderr)
+        return 1
+
+    port = free_port()
+    server = subprocess.Popen([args.chromedriver, "--port=%d" % port],
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    driver = Driver(port)
+    results = []
+
+    def check(name, ok, detail=""):
+        results.append(ok)
+        print("%s: %s%s" % ("ok" if ok else "FAILED", name, "" if ok or not detail else " (%s)" % detail))
+
+    try:
+        for _ in range(100):
+            try:
+                if driver.call("GET", "/status").get("ready"):
+                    break
+            except Exception:
+                pass
+            time.sleep(0.1)
+        else:
+            print("SKIP: chromedriver did not start")
+            return SKIP
+        try:
+            driver.start(args.chromium)
+        except RuntimeError as error:
+            print("SKIP: the browser could not be started: %s" % error)
+            return SKIP
+        driver.go("file://" + page)
+        ready = driver.run("return document.readyState")
+        check("page loads", ready == "complete", ready)
+
+        log = driver.browser_log()
+        errors = [entry for entry in (log or []) if entry.get("level") == "SEVERE"]
+        check("no console error", log is not None and not errors, json.dumps(errors)[:400])
+
+        # The "All series" graph is the second graph of the report.
+        graph = ".figure.system-graph:nth-of-type(1)"
+        graphs = driver.run("return document.querySelectorAll('.figure.system-graph').length")
+        check("two graphs drawn", graphs == 2, graphs)
+        driver.run("var all = document.querySelectorAll('.figure.system-graph')[1];"
+                   "all.id = 'all-graph'; all.scrollIntoView({block: 'center', behavior: 'instant'});")
+        graph = "#all-graph"
+        node = driver.find(graph + " g.node[data-label='sales-East']")
+        driver.hover(node)
+        state = driver.run(
+            "var root = document.querySelector(arguments[0]);"
+            "function labels(css) { return Array.prototype.map.call(root.querySelectorAll(css),"
+            "  function (n) { return n.getAttribute('data-label'); }).sort(); }"
+            "return {focus: root.classList.contains('has-focus'), centre: labels('g.node.focus'),"
+            " inputs: labels('g.node.is-input'), outputs: labels('g.node.is-output'),"
+            " inEdges: root.querySelectorAll('g.edge.in-edge').length};", graph)
+        check("hover marks the series", state["focus"] and state["centre"] == ["sales-East"], state)
+        check("hover highlights its inputs",
+              state["inputs"] == ["price-East", "promo-East", "visits-East"], state["inputs"])
+        # Its connection to sales-North is above the run's level (p 0.08): not highlighted.
+        check("hover highlights its outputs", state["outputs"] == ["stock-East"], state["outputs"])
+        check("hover highlights the connections in", state["inEdges"] == 3, state["inEdges"])
+        if args.screenshots:
+            os.makedirs(args.screenshots, exist_ok=True)
+            driver.screenshot(driver.find(graph), os.path.join(args.screenshots, "graph-hover.png"))
+
+        count_shown = ("var root = document.querySelector(arguments[0]);"
+                       "return Array.prototype.filter.call(root.querySelectorAll('g.edge'),"
+                       " function (e) { return getComputedStyle(e).display !== 'none'; }).length;")
+        before = driver.run(count_shown, graph)
+        driver.run("var s = document.querySelector(arguments[0] + ' .graph-sig'); s.value = 0;"
+                   "s.dispatchEvent(new Event('input'));", graph)
+        after = driver.run(count_shown, graph)
+        strict = driver.run(
+            "var root = document.querySelector(arguments[0]);"
+            "return Array.prototype.every.call(root.querySelectorAll('g.edge'), function (e) {"
+            " var p = Number(e.getAttribute('data-p'));"
+            " return getComputedStyle(e).display === 'none' || p <= 0.001; });", graph)
+        check("the significance filter hides connections", after < before, "%s -> %s" % (before, after))
+        check("only connections within the level stay", strict)
+        label = driver.run("return document.querySelector(arguments[0] + ' .graph-sig-value').textContent", graph)
+        check("the level is shown", label.endswith("0.001"), label)
+
+        # Labels are turned along their radius, so their screen boxes are tilted: each label's
+        # corners go through its transform and pairs are tested by separating axes.
+        overlaps = driver.run(
+            "function corners(n) { var t = n.querySelector('.node-label'), b = t.getBBox(), m = t.getCTM();"
+            " return [[b.x, b.y], [b.x + b.width, b.y], [b.x + b.width, b.y + b.height], [b.x, b.y + b.height]]"
+            "  .map(function (c) { return [m.a * c[0] + m.c * c[1] + m.e, m.b * c[0] + m.d * c[1] + m.f]; }); }"
+            "function apart(p, q) { var polys = [p, q];"
+            " for (var k = 0; k < 2; k++) for (var i = 0; i < 4; i++) {"
+            "  var a = polys[k][i], b = polys[k][(i + 1) % 4], ax = b[1] - a[1], ay = a[0] - b[0];"
+            "  var r = [p, q].map(function (poly) { var v = poly.map(function (c) { return c[0] * ax + c[1] * ay; });"
+            "   return [Math.min.apply(null, v), Math.max.apply(null, v)]; });"
+            "  var len = Math.hypot(ax, ay) || 1;"
+            "  if (r[0][1] - r[1][0] < len * 0.5 || r[1][1] - r[0][0] < len * 0.5) return true; }"
+            " return false; }"
+            "var shapes = Array.prototype.filter.call(document.querySelectorAll(arguments[0] + ' g.node'),"
+            " function (n) { return !n.hasAttribute('hidden'); }).map(corners);"
+            "var bad = 0; for (var i = 0; i < shapes.length; i++) for (var j = i + 1; j < shapes.length; j++)"
+            " if (!apart(shapes[i], shapes[j])) bad++; return [bad, shapes.length];", graph)
+        check("graph labels do not overlap", overlaps[0] == 0 and overlaps[1] == 14, overlaps)
+
+        shown = driver.run(
+            "var root = document.querySelector(arguments[0]);"
+            "var pick = root.querySelector('.graph-series');"
+            "var option = Array.prototype.find.call(pick.options, function (o) { return o.text === 'sales-West'; });"
+            "pick.value = option.value; pick.dispatchEvent(new Event('change'));"
+            "return Array.prototype.filter.call(root.querySelectorAll('g.node'), function (n) {"
+            " return !n.hasAttribute('hidden'); }).map(function (n) { return n.getAttribute('data-label'); }).sort();",
+            graph)
+        check("the single series view shows the series and its neighbours",
+              shown == ["price-West", "promo-West", "sales-West", "stock-West", "visits-West"], shown)
+        view = driver.run("return document.querySelector(arguments[0] + ' .graph-view').value", graph)
+        check("the view list follows", view == "single", view)
+
+        driver.run("document.querySelectorAll('.figure.distribution .tab')[1].click()")
+        dots = driver.run("var pane = document.querySelector('.figure.distribution .pane[data-pane=dotplot]');"
+                          "return [pane.hidden, pane.querySelectorAll('circle.dot').length];")
+        check("the dot plot tab shows the dot plot", dots == [False, 14], dots)
+
+        late = [entry for entry in (driver.browser_log() or []) if entry.get("level") == "SEVERE"]
+        check("no console error after interaction", not late, json.dumps(late)[:400])
+
+        if args.screenshots:
+            driver.run("document.querySelector('#all-graph .graph-view').value = 'all';"
+                       "document.querySelector('#all-graph .graph-view').dispatchEvent(new Event('change'));"
+                       "var s = document.querySelector('#all-graph .graph-sig'); s.value = 4;"
+                       "s.dispatchEvent(new Event('input'));")
+            shots = {"graph-all.png": "#all-graph",
+                     "graph-top.png": ".figure.system-graph",
+                     "series-plot.png": "figure.chart-object",
+                     "table.png": "figure.table-object:nth-of-type(1)",
+                     "forecast-table.png": "#o" + str(driver.run(
+                         "var f = Array.prototype.find.call(document.querySelectorAll('figure.table-object'),"
+                         " function (t) { return t.querySelector('th br'); }); return f.id.slice(1);")),
+                     "impact.png": ".figure.impact",
+                     "rca.png": ".figure.impact.root-cause-analysis",
+                     "distribution.png": ".figure.distribution"}
+            for name, css in shots.items():
+                driver.screenshot(driver.find(css), os.path.join(args.screenshots, name))
+    finally:
+        driver.quit()
+        server.terminate()
+        try:
+            server.wait(timeout=10)
+        except subprocess.TimeoutExpired:
+            server.kill()
+        shutil.rmtree(work, ignore_errors=True)
+
+    passed = sum(1 for ok in results if ok)
+    failed = len(results) - passed
+    print("%d passed, %d failed" % (passed, failed))
+    return 0 if failed == 0 else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
