@@ -144,6 +144,20 @@ TEST(Job, ReadSortWriteAndReadBack) {
   EXPECT_EQ(Rows(*stream, 4, *stream_model), expected);
   EXPECT_EQ(job.GetOutputIterator("outputdata"), nullptr);
 
+  // The output flows' form of the same sort gives the same rows.
+  Job named;
+  ASSERT_TRUE(named.Prepare(ReaderConf() +
+                            "val sortConfig = {\"sortFields\":[{\"direction\":\"ascending\","
+                            "\"name\":\"region\"},{\"direction\":\"descending\",\"name\":"
+                            "\"units\"}]}\nval w = {\"resultStream\":\"sorted\"}\n"
+                            "read(readerConf)->sort(sortConfig)->write(w)"))
+      << named.Messages().front().text;
+  named.AddInputIterator(SampleStream());
+  ASSERT_TRUE(named.Execute()) << named.Messages().front().text;
+  auto sorted = named.GetOutputIterator("sorted");
+  ASSERT_NE(sorted, nullptr);
+  EXPECT_EQ(Rows(*sorted, 4, *stream_model), expected);
+
   // The files hold the same, and a second job reads them through a filesystem reader.
   Job second;
   const auto copy = dir->path() / "copy.asbf";
@@ -211,7 +225,7 @@ TEST(Job, FailuresAreMessagesWithTheirPlace) {
       {"val a = {}\nread(a)", false, "neither 'dataSource' nor 'filesystem'"},
       {"val a = []\nread(a)", false, "'a' must be a JSON object"},
       {"val a = {\"fields\": []}\n" + ReaderConf() + "read(readerConf)->sort(a)", false,
-       "stage 'sort' (line 3): 'fields' must be a non-empty array"},
+       "stage 'sort' (line 3): 'fields' (or 'sortFields') must be a non-empty array"},
       {ReaderConf() + "read(readerConf)->reclassifyField(_,readerConf)", false,
        "argument 2 must be a function"},
       {ReaderConf() + "val s = {\"fields\":[\"nope\"]}\nread(readerConf)->sort(s)", true,

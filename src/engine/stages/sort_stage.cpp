@@ -1,6 +1,7 @@
 // This file contains the `sort` stage: a stable sort of the rows by one or more fields.
 //
-// Configuration: {"fields": ["a", {"field": "b", "descending": true}]}. Missing values sort
+// Configuration: {"fields": ["a", {"field": "b", "descending": true}]}, or the form the output
+// flows write, {"sortFields": [{"name": "a", "direction": "ascending"}]}. Missing values sort
 // before all others; texts compare by bytes.
 #include <algorithm>
 #include <numeric>
@@ -24,20 +25,32 @@ class SortStage : public Stage {
     if (!ArgumentJson(call, script, 0, true, true, &json, messages)) return false;
     const std::string place = StagePlace(call);
     const auto* fields = support::FindMember(*json, "fields");
+    const bool named_form = fields == nullptr;
+    if (named_form) fields = support::FindMember(*json, "sortFields");
     if (fields == nullptr || !fields->is_array() || fields->empty()) {
-      return messages.Error(place + "'fields' must be a non-empty array");
+      return messages.Error(place + "'fields' (or 'sortFields') must be a non-empty array");
     }
     for (const auto& entry : *fields) {
       SortKey key;
-      if (entry.is_string()) {
+      if (entry.is_string() && !named_form) {
         key.field = entry.get<std::string>();
-      } else if (entry.is_object()) {
+      } else if (entry.is_object() && !named_form) {
         key.field = support::GetString(entry, "field");
         key.descending = support::GetBool(entry, "descending");
+      } else if (entry.is_object()) {
+        key.field = support::GetString(entry, "name");
+        const std::string direction = support::GetString(entry, "direction", "ascending");
+        if (direction != "ascending" && direction != "descending") {
+          return messages.Error(place + "the direction '" + direction + "' is unknown");
+        }
+        key.descending = direction == "descending";
       }
       if (key.field.empty()) {
-        return messages.Error(place + "each sort key must be a field name or "
-                                      "{\"field\": name, \"descending\": bool}");
+        return messages.Error(place + (named_form
+                                           ? "each sort key must be {\"name\": field, "
+                                             "\"direction\": \"ascending\"|\"descending\"}"
+                                           : "each sort key must be a field name or "
+                                             "{\"field\": name, \"descending\": bool}"));
       }
       keys_.push_back(std::move(key));
     }

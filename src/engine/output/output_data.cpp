@@ -1,0 +1,492 @@
+// This file contains the loading of everything the output document is made from.
+#include "engine/output/output_data.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+
+#include "engine/model/forecast.h"
+#include "engine/model/model_archive.h"
+#include "support/text.h"
+#include "support/time.h"
+#include "support/zip_archive.h"
+
+namespace engine::output {
+namespace {
+
+constexpr double kNaN = model::kNaN;
+constexpr char kQualityMember[] = "TSDPQuality.json";
+
+support::Error Fail(std::string message) { return support::Error{std::move(message)}; }
+
+// Texts of dimension values compare as numbers when both read as numbers ("3" and "3.0").
+bool SameValue(const std::string& a, const std::string& b) {
+  if (a == b) return true;
+  const auto x = support::ParseNumber(a);
+  const auto y = support::ParseNumber(b);
+  return x && y && *x == *y;
+}
+
+std::string PeriodLabel(const PanelAxis& axis, double point, const OutputConfig& config) {
+  if (axis.IsCyclic()) {
+    std::vector<std::string> pieces;
+    for (std::int64_t value : axis.CyclicValues(point)) pieces.push_back(std::to_string(value));
+    return support::Join(pieces, "-");
+  }
+  const auto seconds = static_cast<std::int64_t>(std::llround(point));
+  std::string format = StrftimeFormat(config.date_format);
+  if (axis.time_format == "datetime") format += " " + StrftimeFormat(config.time_format);
+  return support::FormatTime(seconds, format);
+}
+
+// The names of a series: key, plain text, labelled text and its composite text node.
+SeriesName NameOf(const model::SeriesRef& series, const std::vector<std::string>& dim_fields,
+                  const Table* stream) {
+  SeriesName name;
+  std::vector<std::string> key = series.dims;
+  key.push_back(series.metric);
+  name.key = support::Join(key, "-");
+  name.text = series.metric;
+  name.label = series.metric;
+  Node children = Node::array();
+  children.push_back(StringDataChild(series.metric));
+  for (std::size_t d = 0; d < dim_fields.size() && d < series.dims.size(); ++d) {
+    const std::string& value = series.dims[d];
+    const Field* field = nullptr;
+    if (stream != nullptr) {
+      if (auto index = stream->model.Find(dim_fields[d])) field = &stream->model.fields[*index];
+    }
+    std::string label = value;
+    if (field != nullptr) {
+      for (const engine::Category& category : field->categories) {
+        if (!category.label.empty() && SameValue(category.value, value)) label = category.label;
+      }
+    }
+    name.text += "-" + dim_fields[d] + ":" + value;
+    name.label += "-" + dim_fields[d] + ":" + label;
+    children.push_back(StringChild("-"));
+    children.push_back(StringChild(dim_fields[d] + ":"));
+    const auto number = support::ParseNumber(value);
+    if (field != nullptr && field->storage != Storage::kString && number) {
+      children.push_back(NumericDataChild(*number, dim_fields[d]));
+    } else {
+      children.push_back(StringDataChild(value));
+    }
+  }
+  name.composite = CompositeText(std::move(children), name.key);
+  return name;
+}
+
+// The dataDictionary: the numeric dimension fields, with no decimals when all values are whole.
+Node DictionaryOf(const std::vector<std::string>& dim_fields, const model::ModelSystem& system,
+                  const Table* stream) {
+  Node fields = Node::array();
+  for (std::size_t d = 0; d < dim_fields.size(); ++d) {
+    if (stream == nullptr) break;
+    auto index = stream->model.Find(dim_fields[d]);
+    if (!index || stream->model.fields[*index].storage == Storage::kString) continue;
+    bool whole = true;
+    for (const model::SeriesRef& series : system.series) {
+      if (d >= series.dims.size()) continue;
+      const auto number = support::ParseNumber(series.dims[d]);
+      if (number && *number != std::floor(*number)) whole = false;
+    }
+    fields.push_back({{"name", dim_fields[d]}, {"decimalPlaces", whole ? 0 : 2}});
+  }
+  return {{"fields", std::move(fields)}};
+}
+
+// The text of a dimension value in a row, as the preparation writes it.
+std::optional<std::string> ValueText(const Column& column, std::size_t row) {
+  if (column.IsMissing(row)) return std::nullopt;
+  if (column.storage() == Storage::kString) return column.Text(row);
+  return support::FormatNumber(column.AsNumber(row));
+}
+
+// Index of a time on the extended axis, looked up by its rounded value.
+class PeriodIndex {
+ public:
+  explicit PeriodIndex(const std::vector<double>& points) {
+    for (std::size_t i = 0; i < points.size(); ++i) index_.emplace(std::llround(points[i]), i);
+  }
+  std::ptrdiff_t Find(double point) const {
+    if (!std::isfinite(point)) return -1;
+    auto found = index_.find(std::llround(point));
+    return found == index_.end() ? -1 : static_cast<std::ptrdiff_t>(found->second);
+  }
+
+ private:
+  std::map<long long, std::size_t> index_;
+};
+
+// The point of a time as a result archive writes it: seconds (or an ISO text) for dates, the
+// cyclic field values (or the running index) for cyclic data.
+double PointOf(const PanelAxis& axis, const support::Json& time) {
+  if (axis.IsCyclic()) {
+    if (time.is_number()) return time.get<double>();
+    if (!time.is_array()) return kNaN;
+    std::vector<std::int64_t> values;
+    for (const auto& value : time) {
+      if (!value.is_number()) return kNaN;
+      values.push_back(static_cast<std::int64_t>(std::llround(value.get<double>())));
+    }
+    auto index = axis.cyclic.Index(values);
+    return index ? static_cast<double>(*index) : kNaN;
+  }
+  if (time.is_number()) return time.get<double>();
+  if (time.is_string()) {
+    if (auto iso = support::ParseIso8601(time.get<std::string>())) {
+      return static_cast<double>(iso->seconds);
+    }
+  }
+  return kNaN;
+}
+
+class Loader {
+ public:
+  Loader(const OutputConfig& config, const Table* stream, std::vector<std::string>& warnings)
+      : config_(config), stream_(stream), warnings_(warnings) {}
+
+  support::Result<OutputData> Load() {
+    auto loaded = model::ReadModelArchive(config_.model_path);
+    if (!loaded) return Fail("the model system: " + loaded.message());
+    data_.system = std::move(loaded->system);
+    auto record = support::ParseJson(loaded->preparation_json);
+    if (!record) return Fail("the model system's TSDPOutput.json: " + record.message());
+    const support::Json* output = support::FindMember(*record, "output");
+    if (output == nullptr) return Fail("the model system's TSDPOutput.json has no 'output'");
+    data_.preparation = *output;
+    auto axis = AxisFromOutput(*output);
+    if (!axis) return Fail("the model system's time axis: " + axis.message());
+    data_.axis = std::move(*axis);
+    data_.dim_fields = support::GetStringList(*output, "dimFieldList");
+    data_.metric_fields = support::GetStringList(*output, "metricFieldList");
+    data_.time_label = data_.axis.IsCyclic() ? "Period" : data_.axis.time_field;
+    if (data_.time_label.empty()) data_.time_label = "Period";
+    data_.time_count = data_.axis.points.size();
+    data_.horizon = data_.time_count == 0 ? 0 : static_cast<std::size_t>(config_.forecasted);
+    points_ = data_.axis.points;
+    for (std::size_t h = 0; h < data_.horizon; ++h) points_.push_back(data_.axis.Advance(points_.back(), 1));
+    for (double point : points_) data_.period_labels.push_back(PeriodLabel(data_.axis, point, config_));
+    for (const model::SeriesRef& series : data_.system.series) {
+      data_.names.push_back(NameOf(series, data_.dim_fields, stream_));
+    }
+    data_.data_dictionary = DictionaryOf(data_.dim_fields, data_.system, stream_);
+    const std::size_t periods = points_.size();
+    data_.values.assign(data_.system.series.size(),
+                        SeriesValues{std::vector<double>(periods, kNaN), std::vector<double>(periods, kNaN),
+                                     std::vector<double>(periods, kNaN), std::vector<double>(periods, kNaN),
+                                     std::vector<double>(periods, kNaN)});
+    if (stream_ != nullptr) ReadStream();
+    PredictFromModel();
+    ReadQuality();
+    ReadOutliers();
+    ReadRootCauses();
+    return std::move(data_);
+  }
+
+ private:
+  // Lays the stream's rows out per series and period.
+  void ReadStream() {
+    const Table& table = *stream_;
+    std::vector<const Column*> dims;
+    for (const std::string& name : data_.dim_fields) {
+      auto index = table.model.Find(name);
+      if (!index) {
+        warnings_.push_back("the data have no dimension field '" + name +
+                            "': the charts show no observed values");
+        return;
+      }
+      dims.push_back(&table.columns[*index]);
+    }
+    std::vector<const Column*> times;
+    const std::vector<std::string> time_fields =
+        data_.axis.IsCyclic() ? data_.axis.cyclic.fields : std::vector<std::string>{data_.axis.time_field};
+    for (const std::string& name : time_fields) {
+      auto index = table.model.Find(name);
+      if (!index) {
+        warnings_.push_back("the data have no time field '" + name +
+                            "': the charts show no observed values");
+        return;
+      }
+      times.push_back(&table.columns[*index]);
+    }
+    // Per metric its columns: value, predicted, lower, upper, residual (null when absent).
+    const char* suffixes[] = {"", "_predicted", "_LCI", "_UCI", "_residual"};
+    std::vector<std::array<const Column*, 5>> metric_columns;
+    for (const std::string& metric : data_.metric_fields) {
+      std::array<const Column*, 5> columns{};
+      for (std::size_t k = 0; k < 5; ++k) {
+        if (auto index = table.model.Find(metric + suffixes[k])) columns[k] = &table.columns[*index];
+      }
+      metric_columns.push_back(columns);
+    }
+    std::map<std::string, std::size_t> series_of;
+    for (std::size_t s = 0; s < data_.system.series.size(); ++s) {
+      const model::SeriesRef& series = data_.system.series[s];
+      series_of.emplace(support::Join(series.dims, "\x1f") + "\x1e" + series.metric, s);
+    }
+    const PeriodIndex periods(points_);
+    std::vector<std::int64_t> cyclic(times.size());
+    predicted_by_stream_.assign(data_.system.series.size(), false);
+    for (std::size_t row = 0; row < table.RowCount(); ++row) {
+      double point = kNaN;
+      if (data_.axis.IsCyclic()) {
+        bool valid = true;
+        for (std::size_t f = 0; f < times.size(); ++f) {
+          const double value = times[f]->AsNumber(row);
+          valid = valid && !times[f]->IsMissing(row) && value != kSystemMissing;
+          cyclic[f] = valid ? std::llround(value) : 0;
+        }
+        auto index = valid ? data_.axis.cyclic.Index(cyclic) : std::nullopt;
+        if (index) point = static_cast<double>(*index);
+      } else if (!times[0]->IsMissing(row)) {
+        if (times[0]->storage() == Storage::kString) {
+          if (auto iso = support::ParseIso8601(times[0]->Text(row))) point = static_cast<double>(iso->seconds);
+        } else {
+          point = times[0]->AsNumber(row);
+        }
+      }
+      const std::ptrdiff_t period = periods.Find(point);
+      if (period < 0) continue;
+      std::vector<std::string> values;
+      bool complete = true;
+      for (const Column* column : dims) {
+        auto text = ValueText(*column, row);
+        if (!text) complete = false;
+        values.push_back(text.value_or(""));
+      }
+      if (!complete) continue;
+      const std::string prefix = support::Join(values, "\x1f") + "\x1e";
+      for (std::size_t m = 0; m < data_.metric_fields.size(); ++m) {
+        auto found = series_of.find(prefix + data_.metric_fields[m]);
+        if (found == series_of.end()) continue;
+        SeriesValues& target = data_.values[found->second];
+        std::vector<double>* kinds[] = {&target.observed, &target.predicted, &target.lower,
+                                        &target.upper, &target.residual};
+        for (std::size_t k = 0; k < 5; ++k) {
+          const Column* column = metric_columns[m][k];
+          if (column == nullptr || column->IsMissing(row)) continue;
+          const double value = column->AsNumber(row);
+          if (value == kSystemMissing) continue;
+          // Observed values belong to the data's time points only.
+          if (k == 0 && static_cast<std::size_t>(period) >= data_.time_count) continue;
+          (*kinds[k])[static_cast<std::size_t>(period)] = value;
+          if (k == 1) predicted_by_stream_[found->second] = true;
+        }
+      }
+    }
+    data_.has_stream = true;
+  }
+
+  // Series with an equation that the stream did not predict get their one-step predictions,
+  // forecasts and intervals from the model, over the observed values.
+  void PredictFromModel() {
+    if (!data_.has_stream || data_.time_count == 0) return;
+    const model::ModelSystem& system = data_.system;
+    const std::size_t count = system.series.size();
+    Eigen::MatrixXd history(static_cast<Eigen::Index>(data_.time_count), static_cast<Eigen::Index>(count));
+    for (std::size_t s = 0; s < count; ++s) {
+      for (std::size_t t = 0; t < data_.time_count; ++t) {
+        history(static_cast<Eigen::Index>(t), static_cast<Eigen::Index>(s)) = data_.values[s].observed[t];
+      }
+    }
+    std::vector<std::size_t> missing;
+    for (std::size_t s = 0; s < count; ++s) {
+      if (system.EquationOf(s) >= 0 && (predicted_by_stream_.empty() || !predicted_by_stream_[s])) {
+        missing.push_back(s);
+      }
+    }
+    if (missing.empty()) return;
+    const Eigen::MatrixXd fit = model::OneStepPredictions(system, history);
+    const model::SystemForecast forecast =
+        model::ForecastSystem(system, history, static_cast<int>(data_.horizon));
+    const double z = model::IntervalMultiplier(system.settings.confidence_level);
+    for (std::size_t s : missing) {
+      const auto column = static_cast<Eigen::Index>(s);
+      const double sigma = std::sqrt(system.equations[static_cast<std::size_t>(system.EquationOf(s))].stats.sigma2);
+      SeriesValues& values = data_.values[s];
+      for (std::size_t t = 0; t < data_.time_count; ++t) {
+        const double p = fit(static_cast<Eigen::Index>(t), column);
+        if (!std::isfinite(p)) continue;
+        values.predicted[t] = p;
+        values.lower[t] = p - z * sigma;
+        values.upper[t] = p + z * sigma;
+        values.residual[t] = values.observed[t] - p;
+      }
+      for (std::size_t h = 0; h < data_.horizon; ++h) {
+        const double p = forecast.mean(static_cast<Eigen::Index>(h), column);
+        if (!std::isfinite(p)) continue;
+        const double half = z * std::sqrt(forecast.variance(static_cast<Eigen::Index>(h), column));
+        values.predicted[data_.time_count + h] = p;
+        values.lower[data_.time_count + h] = p - half;
+        values.upper[data_.time_count + h] = p + half;
+      }
+    }
+  }
+
+  void ReadQuality() {
+    if (config_.quality_path.empty()) return;
+    auto text = support::ReadZipText(config_.quality_path, kQualityMember);
+    if (!text) {
+      warnings_.push_back("the quality report could not be read: " + text.message());
+      return;
+    }
+    auto json = support::ParseJson(*text);
+    if (!json || !json->is_object()) {
+      warnings_.push_back("the quality report is no JSON object");
+      return;
+    }
+    data_.quality = std::move(*json);
+  }
+
+  // The JSON members of an archive; a damaged archive or member becomes a warning.
+  std::vector<support::Json> JsonMembers(const std::string& path, const char* what) {
+    std::vector<support::Json> members;
+    auto reader = support::ZipArchiveReader::Open(path);
+    if (!reader) {
+      warnings_.push_back(std::string("the ") + what + " could not be read: " + reader.message());
+      return members;
+    }
+    for (const support::ZipEntry& entry : reader->Entries()) {
+      if (entry.is_folder || entry.name.find(".json") == std::string::npos) continue;
+      auto text = reader->ReadText(entry.name);
+      auto json = text ? support::ParseJson(*text) : support::Result<support::Json>(text.error());
+      if (!json) {
+        warnings_.push_back(std::string("the ") + what + " member '" + entry.name +
+                            "' could not be read: " + json.message());
+        continue;
+      }
+      members.push_back(std::move(*json));
+    }
+    return members;
+  }
+
+  // One outlier entry: its time (or period index) and values.
+  Outlier OutlierOf(std::size_t series, const support::Json& entry) {
+    Outlier outlier;
+    outlier.series = series;
+    if (const support::Json* index = support::FindMember(entry, "timeIndex"); index && index->is_number()) {
+      const auto at = static_cast<std::ptrdiff_t>(index->get<double>());
+      if (at >= 0 && static_cast<std::size_t>(at) < points_.size()) outlier.period = at;
+    } else if (const support::Json* time = support::FindMember(entry, "time")) {
+      outlier.period = PeriodIndex(points_).Find(PointOf(data_.axis, *time));
+      if (outlier.period < 0 && time->is_string()) outlier.time = time->get<std::string>();
+    }
+    if (outlier.period >= 0) outlier.time = data_.period_labels[static_cast<std::size_t>(outlier.period)];
+    outlier.observed = support::GetDouble(entry, "observed", kNaN);
+    outlier.predicted = support::GetDouble(entry, "predicted", kNaN);
+    outlier.probability = support::GetDouble(entry, "probability", kNaN);
+    return outlier;
+  }
+
+  std::ptrdiff_t SeriesOfPieces(const support::Json* pieces) {
+    if (pieces == nullptr || !pieces->is_array()) return -1;
+    std::vector<std::string> texts;
+    for (const auto& piece : *pieces) {
+      if (piece.is_string()) texts.push_back(piece.get<std::string>());
+    }
+    return data_.FindSeries(texts);
+  }
+
+  void ReadOutliers() {
+    if (config_.outlier_path.empty()) return;
+    auto reader = support::ZipArchiveReader::Open(config_.outlier_path);
+    if (!reader) {
+      warnings_.push_back("the outlier results could not be read: " + reader.message());
+      return;
+    }
+    data_.outliers_given = true;
+    for (const support::Json& member : JsonMembers(config_.outlier_path, "outlier results")) {
+      const support::Json* detection = support::FindMember(member, "outlierDetection");
+      if (detection == nullptr) continue;
+      const std::ptrdiff_t series =
+          SeriesOfPieces(support::FindPath(*detection, "analysisSettings.targetTimeSeries"));
+      if (series < 0) {
+        warnings_.push_back("outlier results name a series that is not in the model system");
+        continue;
+      }
+      const support::Json* list = support::FindMember(*detection, "outliers");
+      if (list == nullptr || !list->is_array()) continue;
+      for (const auto& entry : *list) data_.outliers.push_back(OutlierOf(static_cast<std::size_t>(series), entry));
+    }
+  }
+
+  void ReadRootCauses() {
+    if (config_.root_cause_path.empty()) return;
+    for (const support::Json& member : JsonMembers(config_.root_cause_path, "root cause results")) {
+      const support::Json* analysis = support::FindMember(member, "rootCauseAnalysis");
+      if (analysis == nullptr) continue;
+      const std::ptrdiff_t target =
+          SeriesOfPieces(support::FindPath(*analysis, "analysisSettings.targetTimeSeries"));
+      if (target < 0) {
+        warnings_.push_back("root cause results name a series that is not in the model system");
+        continue;
+      }
+      RootCauseResult result;
+      result.target = static_cast<std::size_t>(target);
+      if (const support::Json* settings = support::FindMember(*analysis, "analysisSettings")) {
+        result.generations = static_cast<int>(std::clamp<std::int64_t>(
+            support::GetInt(*settings, "oldestGeneration", 3), 1, 100));
+      }
+      if (const support::Json* list = support::FindMember(*analysis, "outliers"); list && list->is_array()) {
+        for (const auto& entry : *list) {
+          RootCauseOutlier outlier;
+          outlier.outlier = OutlierOf(result.target, entry);
+          if (const support::Json* causes = support::FindMember(entry, "rootCauses");
+              causes && causes->is_array()) {
+            for (const auto& cause : *causes) {
+              const std::ptrdiff_t series = SeriesOfPieces(support::FindMember(cause, "series"));
+              if (series < 0) continue;
+              outlier.causes.push_back({static_cast<std::size_t>(series),
+                                        support::GetDouble(cause, "score", kNaN)});
+            }
+          }
+          result.outliers.push_back(std::move(outlier));
+        }
+      }
+      data_.root_causes = std::move(result);
+      return;  // one analysed series per archive
+    }
+    warnings_.push_back("the root cause results hold no analysis");
+  }
+
+  const OutputConfig& config_;
+  const Table* stream_;
+  std::vector<std::string>& warnings_;
+  OutputData data_;
+  std::vector<double> points_;  // the extended axis
+  std::vector<bool> predicted_by_stream_;
+};
+
+}  // namespace
+
+std::ptrdiff_t OutputData::FindSeries(const std::vector<std::string>& pieces) const {
+  if (pieces.empty()) return -1;
+  for (std::size_t s = 0; s < system.series.size(); ++s) {
+    const model::SeriesRef& series = system.series[s];
+    if (pieces.size() != series.dims.size() + 1 || pieces.back() != series.metric) continue;
+    bool same = true;
+    for (std::size_t d = 0; d < series.dims.size() && same; ++d) same = SameValue(pieces[d], series.dims[d]);
+    if (same) return static_cast<std::ptrdiff_t>(s);
+  }
+  // Encoded texts: the coded series ID.
+  const std::string joined = support::Join(pieces, "-");
+  for (std::size_t s = 0; s < system.series.size(); ++s) {
+    if (system.series[s].id == joined) return static_cast<std::ptrdiff_t>(s);
+  }
+  return -1;
+}
+
+const model::Equation* OutputData::EquationOf(std::size_t series) const {
+  const std::ptrdiff_t equation = system.EquationOf(series);
+  return equation < 0 ? nullptr : &system.equations[static_cast<std::size_t>(equation)];
+}
+
+support::Result<OutputData> LoadOutputData(const OutputConfig& config, const Table* stream,
+                                           std::vector<std::string>& warnings) {
+  return Loader(config, stream, warnings).Load();
+}
+
+}  // namespace engine::output

@@ -1,0 +1,94 @@
+// This file contains what the output document is made from: the model system, its time axis,
+// the names of its series, their observed and predicted values from the scored data stream,
+// and the quality, outlier and root cause results when given.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/data/table.h"
+#include "engine/model/model_system.h"
+#include "engine/output/output_config.h"
+#include "engine/output/output_json.h"
+#include "engine/series/panel.h"
+#include "support/result.h"
+
+namespace engine::output {
+
+// How a series of the system is shown.
+struct SeriesName {
+  std::string key;    // dimension values then the metric, joined by "-": "east-sales"
+  std::string text;   // the metric, then "-dimension:value" per dimension: "sales-region:east"
+  std::string label;  // as `text`, with value labels where the data model has them
+  Node composite;     // the composite text node of `text`, with `key`
+};
+
+// A series over the extended time axis (the time points, then the forecast periods); NaN where
+// there is no value.
+struct SeriesValues {
+  std::vector<double> observed;
+  std::vector<double> predicted;
+  std::vector<double> lower;
+  std::vector<double> upper;
+  std::vector<double> residual;
+};
+
+// An outlier of a series, as the outlier detection reported it.
+struct Outlier {
+  std::size_t series = 0;       // index in the system's series
+  std::ptrdiff_t period = -1;   // index on the axis, -1 when its time is not on it
+  std::string time;             // the period's label
+  double observed = model::kNaN;
+  double predicted = model::kNaN;
+  double probability = model::kNaN;
+};
+
+// One outlier of a root cause analysis with its causes, most likely first.
+struct RootCause {
+  std::size_t series = 0;
+  double score = model::kNaN;
+};
+struct RootCauseOutlier {
+  Outlier outlier;
+  std::vector<RootCause> causes;
+};
+struct RootCauseResult {
+  std::size_t target = 0;
+  int generations = 3;
+  std::vector<RootCauseOutlier> outliers;
+};
+
+struct OutputData {
+  model::ModelSystem system;
+  support::Json preparation;  // the `output` object of TSDPOutput.json
+  PanelAxis axis;
+  std::vector<std::string> dim_fields;
+  std::vector<std::string> metric_fields;
+  std::size_t time_count = 0;  // T: the time points of the data
+  std::size_t horizon = 0;     // forecast periods after them
+  std::vector<std::string> period_labels;  // T + horizon
+  std::string time_label;                  // the axis title: the time field, or "Period"
+  std::vector<SeriesName> names;           // one per system series
+  std::vector<SeriesValues> values;        // one per system series
+  bool has_stream = false;                 // observed values came with the data stream
+  Node data_dictionary;                    // the document's dataDictionary
+  std::optional<support::Json> quality;    // TSDPQuality.json
+  bool outliers_given = false;             // an outlier archive was read
+  std::vector<Outlier> outliers;
+  std::optional<RootCauseResult> root_causes;
+
+  // The series of the system named by a series array of `target` (values or coded ID), or -1.
+  std::ptrdiff_t FindSeries(const std::vector<std::string>& pieces) const;
+  // The equation of a series, or null.
+  const model::Equation* EquationOf(std::size_t series) const;
+};
+
+// Reads the model system and the other archives and lays the stream (the scored data in the
+// input's shape, in any row order) out per series. Series the stream does not predict are
+// predicted and forecast from the model. Problems with optional archives become warnings.
+support::Result<OutputData> LoadOutputData(const OutputConfig& config, const Table* stream,
+                                           std::vector<std::string>& warnings);
+
+}  // namespace engine::output

@@ -1,0 +1,330 @@
+// This file contains the tables of the output document: review, tests of model effects,
+// parameter estimates, forecasts, fit statistics and outliers.
+#include <algorithm>
+#include <cmath>
+
+#include "engine/output/artifacts.h"
+#include "support/text.h"
+
+namespace engine::output {
+namespace {
+
+Node SeriesCategory(const OutputData& data, std::size_t series) {
+  return Category(data.names[series].label, data.names[series].key);
+}
+
+Node OneColumn(const std::string& label) {
+  Node categories = Node::array();
+  categories.push_back(Category(label));
+  Node dims = Node::array();
+  dims.push_back(Dimension("", std::move(categories)));
+  return dims;
+}
+
+Node Columns(const std::vector<Node>& categories) {
+  Node list = Node::array();
+  for (const Node& category : categories) list.push_back(category);
+  Node dims = Node::array();
+  dims.push_back(Dimension("", std::move(list)));
+  return dims;
+}
+
+// A table of named values in one column.
+struct ValueRows {
+  Node categories = Node::array();
+  Node cells = Node::array();
+  void Add(const std::string& label, Node value) {
+    categories.push_back(Category(label));
+    Node row = Node::array();
+    row.push_back(std::move(value));
+    cells.push_back(std::move(row));
+  }
+};
+
+std::size_t CountTargets(const model::ModelSystem& system, bool targets) {
+  return static_cast<std::size_t>(std::count_if(
+      system.equations.begin(), system.equations.end(),
+      [&](const model::Equation& equation) { return equation.is_target == targets; }));
+}
+
+}  // namespace
+
+Node ModelSpecificationsTable(const OutputData& data) {
+  const model::ModelSystem& system = data.system;
+  const model::ModelSettings& settings = system.settings;
+  ValueRows rows;
+  rows.Add("Dimension fields", data.dim_fields.empty() ? Node("None") : Node(support::Join(data.dim_fields, ", ")));
+  rows.Add("Metric fields", support::Join(data.metric_fields, ", "));
+  rows.Add("Series in the model system", Node{{"value", system.series.size()}, {"format", Format("integer")}});
+  rows.Add("Targets", Node{{"value", CountTargets(system, true)}, {"format", Format("integer")}});
+  std::size_t with_inputs = 0;
+  for (const model::Equation& equation : system.equations) {
+    const bool has_input = std::any_of(equation.blocks.begin(), equation.blocks.end(),
+                                       [](const model::InputBlock& block) { return !block.own; });
+    if (equation.is_target && has_input) ++with_inputs;
+  }
+  rows.Add("Targets with inputs", Node{{"value", with_inputs}, {"format", Format("integer")}});
+  rows.Add("Input series without a target model", Node{{"value", CountTargets(system, false)}, {"format", Format("integer")}});
+  rows.Add("Maximum lag", Node{{"value", settings.max_lag}, {"format", Format("integer")}});
+  rows.Add("Maximum number of inputs", Node{{"value", settings.max_inputs}, {"format", Format("integer")}});
+  rows.Add("Epsilon", Number(settings.epsilon));
+  rows.Add("Significance level", Number(settings.significance_level));
+  rows.Add("Confidence level (%)", Node{{"value", Number(settings.confidence_level * 100)}, {"format", Format("percent", 1)}});
+  return TableNode("Model Specifications", Node::array({Dimension("", std::move(rows.categories))}),
+               OneColumn("Value"), std::move(rows.cells));
+}
+
+Node TemporalInformationTable(const OutputData& data) {
+  ValueRows rows;
+  const support::Json& prep = data.preparation;
+  if (data.axis.IsCyclic()) {
+    rows.Add("Time fields", support::Join(data.axis.cyclic.fields, ", "));
+  } else {
+    rows.Add("Time field", data.axis.time_field);
+    rows.Add("Time interval", std::to_string(support::GetInt(prep, "increment", 1)) + " " +
+                                  support::GetString(prep, "interval"));
+  }
+  rows.Add("Input interval", support::GetString(prep, "inputInterval", support::GetString(prep, "interval")));
+  const std::size_t T = data.time_count;
+  rows.Add("Start of the data", T > 0 ? Node(data.period_labels.front()) : Node(nullptr));
+  rows.Add("End of the data", T > 0 ? Node(data.period_labels[T - 1]) : Node(nullptr));
+  rows.Add("Number of time points", Node{{"value", T}, {"format", Format("integer")}});
+  rows.Add("Forecast periods", Node{{"value", data.horizon}, {"format", Format("integer")}});
+  if (data.horizon > 0) {
+    rows.Add("Start of the forecasts", data.period_labels[T]);
+    rows.Add("End of the forecasts", data.period_labels.back());
+  }
+  return TableNode("Temporal Information Summary",
+               Node::array({Dimension("", std::move(rows.categories))}), OneColumn("Value"),
+               std::move(rows.cells));
+}
+
+Node TransformationsTable(const OutputData& data) {
+  // The quality report when given, else the preparation record of the model system.
+  const support::Json* list = nullptr;
+  std::vector<std::string> footnotes;
+  const bool from_quality = data.quality.has_value();
+  if (from_quality) {
+    list = support::FindMember(*data.quality, "series");
+    const std::string imputation = support::GetString(*data.quality, "imputation");
+    if (!imputation.empty()) footnotes.push_back("Missing values were imputed by " + imputation + ".");
+  } else {
+    list = support::FindMember(data.preparation, "series");
+  }
+  if (list == nullptr || !list->is_array()) return "No transformed series";
+  auto time_text = [&](const support::Json& entry, const char* key) -> Node {
+    const support::Json* time = support::FindMember(entry, key);
+    if (time == nullptr || !time->is_number()) return nullptr;
+    double point = time->get<double>();
+    if (data.axis.time_format == "date") point *= 86400.0;
+    for (std::size_t t = 0; t < data.time_count; ++t) {
+      if (std::llround(data.axis.points[t]) == std::llround(point)) return data.period_labels[t];
+    }
+    return nullptr;
+  };
+  Node categories = Node::array();
+  Node cells = Node::array();
+  auto add = [&](const support::Json& entry, bool dropped) {
+    std::vector<std::string> pieces = support::GetStringList(entry, "dims");
+    const std::string metric = support::GetString(entry, "metric");
+    std::string label = metric;
+    for (std::size_t d = 0; d < pieces.size() && d < data.dim_fields.size(); ++d) {
+      label += "-" + data.dim_fields[d] + ":" + pieces[d];
+    }
+    pieces.push_back(metric);
+    const std::ptrdiff_t series = data.FindSeries(pieces);
+    categories.push_back(series >= 0 ? SeriesCategory(data, static_cast<std::size_t>(series))
+                                     : Category(label, support::Join(pieces, "-")));
+    dropped = dropped || support::GetBool(entry, "dropped", false);
+    Node row = Node::array();
+    auto count = [&](const char* key) -> Node {
+      const support::Json* value = support::FindMember(entry, key);
+      return value != nullptr && value->is_number() ? Node(value->get<double>()) : Node(nullptr);
+    };
+    row.push_back(from_quality ? time_text(entry, "firstTime") : Node(nullptr));
+    row.push_back(from_quality ? time_text(entry, "lastTime") : Node(nullptr));
+    row.push_back(count("points"));
+    row.push_back(count("missing"));
+    row.push_back(count("imputed"));
+    row.push_back(dropped ? "Yes" : "No");
+    row.push_back(support::GetString(entry, "reason"));
+    cells.push_back(std::move(row));
+  };
+  for (const auto& entry : *list) add(entry, false);
+  if (!from_quality) {
+    if (const support::Json* dropped = support::FindMember(data.preparation, "dropped");
+        dropped != nullptr && dropped->is_array()) {
+      for (const auto& entry : *dropped) add(entry, true);
+    }
+  }
+  return TableNode("Transformed Time Series", Node::array({Dimension("Series", std::move(categories))}),
+               Columns({Category("First time"), Category("Last time"),
+                        Category("Observed values", "", Format("integer")),
+                        Category("Missing values", "", Format("integer")),
+                        Category("Imputed values", "", Format("integer")), Category("Dropped"),
+                        Category("Reason")}),
+               std::move(cells), footnotes);
+}
+
+Node ModelEffectsTable(const OutputData& data, std::size_t series) {
+  const model::Equation* equation = data.EquationOf(series);
+  if (equation == nullptr) return "The series has no model";
+  Node categories = Node::array();
+  Node cells = Node::array();
+  for (const model::InputBlock& block : equation->blocks) {
+    categories.push_back(SeriesCategory(data, block.series));
+    cells.push_back(Node::array({Number(block.f), block.df1, block.df2, Number(block.f_p_value)}));
+  }
+  return TableNode("Tests of Model Effects", Node::array({Dimension("Source", std::move(categories))}),
+               Columns({Category("F", "", Format("number", 3)), Category("df1", "", Format("integer")),
+                        Category("df2", "", Format("integer")), Category("Sig.", "", Format("pvalue", 3))}),
+               std::move(cells), {"Target: " + data.names[series].label + "."});
+}
+
+Node ParameterEstimatesTable(const OutputData& data, std::size_t series) {
+  const model::Equation* equation = data.EquationOf(series);
+  if (equation == nullptr) return "The series has no model";
+  Node categories = Node::array();
+  Node cells = Node::array();
+  categories.push_back(Category("Intercept"));
+  cells.push_back(Node::array({nullptr, Number(equation->intercept), Number(equation->intercept_se),
+                               Number(equation->intercept_t), Number(equation->intercept_p)}));
+  for (const model::InputBlock& block : equation->blocks) {
+    for (std::size_t l = 0; l < block.coefficients.size(); ++l) {
+      categories.push_back(SeriesCategory(data, block.series));
+      auto at = [&](const std::vector<double>& values) { return l < values.size() ? Number(values[l]) : Node(nullptr); };
+      cells.push_back(Node::array({l + 1, Number(block.coefficients[l]), at(block.std_errors),
+                                   at(block.t_values), at(block.p_values)}));
+    }
+  }
+  return TableNode("Parameter Estimates", Node::array({Dimension("Parameter", std::move(categories))}),
+               Columns({Category("Lag", "", Format("integer")), Category("Estimate", "", Format("number", 3)),
+                        Category("Std. Error", "", Format("number", 3)), Category("t", "", Format("number", 3)),
+                        Category("Sig.", "", Format("pvalue", 3))}),
+               std::move(cells), {"Target: " + data.names[series].label + "."});
+}
+
+Node ForecastTable(const OutputData& data, std::size_t series) {
+  if (data.horizon == 0) return "No forecast periods were asked for";
+  const SeriesValues& values = data.values[series];
+  Node categories = Node::array();
+  Node cells = Node::array();
+  bool any = false;
+  for (std::size_t h = 0; h < data.horizon; ++h) {
+    const std::size_t t = data.time_count + h;
+    categories.push_back(Category(data.period_labels[t]));
+    any = any || std::isfinite(values.predicted[t]);
+    cells.push_back(Node::array({Number(values.predicted[t]), Number(values.lower[t]), Number(values.upper[t])}));
+  }
+  if (!any) return "The series has no forecasts";
+  const int level = static_cast<int>(std::lround(data.system.settings.confidence_level * 100));
+  return TableNode("Forecasted Values", Node::array({Dimension(data.time_label, std::move(categories))}),
+               Columns({Category("Forecast", "", Format("number", 3)), Category("LCL", "", Format("number", 3)),
+                        Category("UCL", "", Format("number", 3))}),
+               std::move(cells),
+               {"Series: " + data.names[series].label + ". The limits are those of " +
+                std::to_string(level) + "% intervals."});
+}
+
+Node FitStatisticsTable(const OutputData& data) {
+  const char* names[] = {"r-Squared", "RMSPE", "RMSE", "BIC"};
+  std::vector<FitStatistic> statistics;
+  for (const char* name : names) statistics.push_back(*FindFitStatistic(name));
+  Node categories = Node::array();
+  Node cells = Node::array();
+  for (const model::Equation& equation : data.system.equations) {
+    if (!equation.is_target) continue;
+    categories.push_back(SeriesCategory(data, equation.series));
+    Node row = Node::array();
+    for (const FitStatistic& statistic : statistics) row.push_back(Number(equation.stats.*statistic.member));
+    row.push_back(Number(equation.stats.bic));
+    row.push_back(Number(equation.stats.aic));
+    row.push_back(std::count_if(equation.blocks.begin(), equation.blocks.end(),
+                                [](const model::InputBlock& block) { return !block.own; }));
+    cells.push_back(std::move(row));
+  }
+  std::vector<Node> columns;
+  for (const FitStatistic& statistic : statistics) {
+    columns.push_back(Category(statistic.label, "", Format("number", statistic.decimals)));
+  }
+  columns.push_back(Category("BIC", "", Format("number", 3)));
+  columns.push_back(Category("AIC", "", Format("number", 3)));
+  columns.push_back(Category("Number of inputs", "", Format("integer")));
+  return TableNode("Model Fit Statistics", Node::array({Dimension("Target", std::move(categories))}),
+               Columns(columns), std::move(cells));
+}
+
+Node SeriesWithOutliersTable(const OutputData& data, std::optional<int> keep,
+                             const std::string& rank_statistic) {
+  std::vector<int> ranks;
+  if (keep) {
+    auto statistic = FindFitStatistic(rank_statistic);
+    if (!statistic) statistic = FindFitStatistic("RMSPE");
+    ranks = RankTargets(data, *statistic);
+  }
+  // Series in the system's order, each with its outliers in the order found.
+  std::vector<std::vector<const Outlier*>> by_series(data.system.series.size());
+  for (const Outlier& outlier : data.outliers) {
+    if (keep && (ranks[outlier.series] == 0 || ranks[outlier.series] > *keep)) continue;
+    by_series[outlier.series].push_back(&outlier);
+  }
+  std::size_t most = 0;
+  Node series_categories = Node::array();
+  std::vector<std::size_t> shown;
+  for (std::size_t s = 0; s < by_series.size(); ++s) {
+    if (by_series[s].empty()) continue;
+    shown.push_back(s);
+    series_categories.push_back(SeriesCategory(data, s));
+    most = std::max(most, by_series[s].size());
+  }
+  Node numbers = Node::array();
+  for (std::size_t i = 1; i <= most; ++i) numbers.push_back(std::to_string(i));
+  Node cells = Node::array();
+  for (std::size_t s : shown) {
+    for (std::size_t i = 0; i < most; ++i) {
+      if (i >= by_series[s].size()) {
+        cells.push_back(Node::array({nullptr, nullptr, nullptr, nullptr}));
+        continue;
+      }
+      const Outlier& outlier = *by_series[s][i];
+      cells.push_back(Node::array({outlier.time.empty() ? Node(nullptr) : Node(outlier.time),
+                                   Number(outlier.observed), Number(outlier.predicted),
+                                   Number(outlier.probability)}));
+    }
+  }
+  std::vector<std::string> footnotes;
+  if (shown.empty()) footnotes.push_back("No outliers were found.");
+  if (keep) footnotes.push_back("Only the best " + std::to_string(*keep) + " models are shown.");
+  return TableNode("Series with Outliers",
+               Node::array({Dimension("Series", std::move(series_categories)),
+                            Dimension("Outlier", std::move(numbers))}),
+               Columns({Category("Time"), Category("Observed", "", Format("number", 3)),
+                        Category("Predicted", "", Format("number", 3)),
+                        Category("Probability", "", Format("number", 3))}),
+               std::move(cells), footnotes);
+}
+
+Node RootCauseTable(const OutputData& data) {
+  if (!data.root_causes) return "No root cause analysis";
+  const RootCauseResult& result = *data.root_causes;
+  Node categories = Node::array();
+  Node cells = Node::array();
+  for (const RootCauseOutlier& entry : result.outliers) {
+    categories.push_back(Category(entry.outlier.time.empty() ? "." : entry.outlier.time));
+    std::vector<std::string> causes;
+    for (const RootCause& cause : entry.causes) causes.push_back(data.names[cause.series].text);
+    cells.push_back(Node::array({Number(entry.outlier.observed), Number(entry.outlier.predicted),
+                                 Number(entry.outlier.probability),
+                                 causes.empty() ? std::string("None found") : support::Join(causes, ", "),
+                                 entry.causes.empty() ? Node(nullptr) : Number(entry.causes.front().score)}));
+  }
+  return TableNode("Outlier Root Cause Analysis",
+               Node::array({Dimension("Outlier at", std::move(categories))}),
+               Columns({Category("Observed", "", Format("number", 3)),
+                        Category("Predicted", "", Format("number", 3)),
+                        Category("Probability", "", Format("number", 3)), Category("Root causes"),
+                        Category("Score of the first", "", Format("number", 3))}),
+               std::move(cells), {"Series: " + data.names[result.target].label + "."});
+}
+
+}  // namespace engine::output
