@@ -3,16 +3,20 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <set>
 #include <sstream>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
 #include "support/temp_file.h"
+#include "support/zip_archive.h"
 
 namespace {
 namespace fs = std::filesystem;
@@ -164,10 +168,96 @@ TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {
         << check.settings << "\n" << failed.out;
     EXPECT_TRUE(fs::is_empty(temp)) << check.settings;
   }
+  // Data that pass the checks go on to the model build, which finds nothing to model in three
+  // days of constant series and says so. Of its files only the model system file stays: it is
+  // kept for the user whatever the build gave.
   const Outcome passed = run("");
   unsetenv("TMPDIR");
-  EXPECT_EQ(passed.status, 0) << passed.out;
-  EXPECT_TRUE(fs::is_empty(temp));
+  EXPECT_NE(passed.out.find("no target series"), std::string::npos) << passed.out;
+  int files = 0;
+  for (const auto& entry : fs::directory_iterator(temp)) {
+    (void)entry;
+    ++files;
+  }
+  EXPECT_EQ(files, 1);
 }
 
 }  // namespace
+
+namespace {
+
+// One member of a zip archive as text; empty when it cannot be read.
+std::string ArchiveMember(const fs::path& archive, const std::string& member) {
+  auto reader = support::ZipArchiveReader::Open(archive.string());
+  if (!reader) return {};
+  auto text = reader->ReadText(member);
+  return text ? *text : std::string();
+}
+
+// The inputs of every target of a graph: target metric and combination -> input metrics of
+// the same combination, and the count of inputs from another combination.
+struct FoundGraph {
+  std::map<std::string, std::set<std::string>> inputs;  // "sales" -> {"visits", ...} all combos
+  int targets = 0;
+  int crossCombination = 0;
+};
+
+FoundGraph ReadGraph(const std::string& text) {
+  FoundGraph found;
+  const auto graph = nlohmann::json::parse(text, nullptr, false);
+  if (!graph.is_object()) return found;
+  std::map<std::string, std::string> metricOf;  // id -> metric
+  for (const auto& target : graph["targets"]) metricOf[target["id"]] = target["metric"];
+  for (const auto& target : graph["targets"]) {
+    ++found.targets;
+    const std::string id = target["id"];
+    const std::string combination = id.substr(0, id.rfind('-'));
+    for (const auto& input : target["inputs"]) {
+      const std::string inputId = input["id"];
+      const std::string metricCode = inputId.substr(inputId.rfind('-') + 1);
+      if (inputId.substr(0, inputId.rfind('-')) != combination) ++found.crossCombination;
+      found.inputs[target["metric"]].insert(metricCode);
+    }
+  }
+  return found;
+}
+
+}  // namespace
+
+// The example's TCM MODEL run as a user makes it: the model system and the scored data are
+// written where OUTFILE says, the scored data carry predictions, limits, residuals and the
+// forecast flag, and the graph is the one the data were generated from.
+TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
+  const fs::path temp = Path("tmp");
+  fs::create_directory(temp);
+  setenv("TMPDIR", temp.c_str(), 1);
+  const Outcome outcome = Tcm("run " + std::string(TCM_SOURCE_DIR) +
+                              "/examples/retail/retail.tcm --data " + kSales + " --out " +
+                              Path("report.html").string());
+  unsetenv("TMPDIR");
+  ASSERT_EQ(outcome.status, 0) << outcome.out;
+
+  const std::string graph = ArchiveMember(temp / "retail.tcm.zip", "TCMGraph.json");
+  ASSERT_FALSE(graph.empty()) << outcome.out;
+  FoundGraph found = ReadGraph(graph);
+  // 12 combinations of region and product, three targets each. Metrics are coded in name
+  // order: ad_spend 1, price 2, promo 3, returns 4, sales 5, temperature 6, visits 7.
+  EXPECT_EQ(found.targets, 36);
+  EXPECT_EQ(found.inputs["visits"], (std::set<std::string>{"1", "6"}));
+  EXPECT_EQ(found.inputs["sales"], (std::set<std::string>{"2", "3", "7"}));
+  EXPECT_EQ(found.inputs["returns"], (std::set<std::string>{"5"}));
+  // Temperature is the region's, the same on all three products' rows, so a model may take any
+  // product's copy; nothing else crosses combinations.
+  EXPECT_LE(found.crossCombination, 12);
+
+  const std::string scored = ReadAll(temp / "retail_scored.csv");
+  const std::string header = scored.substr(0, scored.find('\n'));
+  for (const char* column : {"Pred_sales", "Lcl_sales", "Ucl_sales", "NRes_sales", "Forecast"}) {
+    EXPECT_NE(header.find(column), std::string::npos) << column << " in " << header;
+  }
+  // 14 forecast days for each of the 12 combinations follow the 8,772 cases.
+  const auto lines = std::count(scored.begin(), scored.end(), '\n');
+  EXPECT_EQ(lines, 1 + 8772 + 12 * 14);
+  const std::string page = ReadAll(Path("report.html"));
+  EXPECT_NE(page.find("Model File"), std::string::npos);
+}

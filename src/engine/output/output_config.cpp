@@ -26,12 +26,14 @@ support::Result<std::optional<int>> OptionalInt(const support::Json& object, con
   return std::optional<int>(static_cast<int>(number));
 }
 
-// The path of the entry named exactly `name`; empty when there is none or its uri is empty.
+// The path of the entry named exactly `name`; empty when there is none or its uri names no
+// file ("" or "file:///", what a flow writes for an archive that no earlier flow made).
 std::string NamedPath(const support::Json& entries, std::string_view name) {
   if (!entries.is_array()) return {};
   for (const auto& entry : entries) {
     if (support::GetString(entry, "name") == name) {
-      return PathFromUri(support::GetString(entry, "uri"));
+      const std::string path = PathFromUri(support::GetString(entry, "uri"));
+      return path == "/" ? std::string() : path;
     }
   }
   return {};

@@ -109,8 +109,9 @@ private:
 // Where a message is shown: the output stream only, the document only, or both (2, what
 // procedures pass).
 enum class RvErrorShow { Log = 0, Document = 1, Both = 2 };
-// How grave a message is; 2, what procedures pass, is an error of the command.
-enum class RvErrorLevel { Note = 0, Warning = 1, Error = 2 };
+// How grave a message is. 2, what procedures pass for a text they show and then carry on (an
+// object that is not available), is a warning; an error fails the command.
+enum class RvErrorLevel { Note = 0, Error = 1, Warning = 2 };
 
 // Shows a message at the current point of the open procedure (else the session's document,
 // else standard error only). Its source in the document is "RvError", its one argument the

@@ -3,6 +3,7 @@
 #include "tcm/flows/flow_scripts.h"
 
 #include <sstream>
+#include <utility>
 
 #include "tcm/flows/ts_json_conf.h"
 
@@ -30,6 +31,37 @@ std::string AnalysisFlowScript(FlowBlocks& blocks, const std::string& confPrefix
   script << "read(readerConf)"
          << "->" << stage;
   return script.str();
+}
+
+// Every output component flow has this one shape; only its inputs differ.
+std::string OutputComponentScript(
+    const std::string& readerBlock, const std::string& outputConf,
+    const std::vector<std::pair<std::string, std::string>>& inputs,
+    const std::string& sortConfig, const ASSimpleContainer& statJson) {
+  if (readerBlock.empty() || outputConf.empty() || sortConfig.empty())
+    return {};
+  std::ostringstream script;
+  script << readerBlock;
+  script << "val outputConf = " << outputConf << "\n";
+  script << "val inputCons = " << TSJsonConf::InputConfList(inputs) << "\n";
+  script << "val outputCons = " << TSJsonConf::OutputConf(statJson) << "\n";
+  script << "val sortConfig = " << sortConfig << "\n";
+  script << "read(readerConf)"
+         << "->"
+         << "sort(sortConfig)"
+         << "->"
+         << "OutputComponent:TCMOutputComponent(outputConf,inputCons,outputCons)";
+  return script.str();
+}
+
+std::vector<std::pair<std::string, std::string>> ModelOutputInputs(const OutputFlowInputs& inputs) {
+  std::vector<std::pair<std::string, std::string>> pairs;
+  if (inputs.qualityPath)
+    pairs.emplace_back("TSDP", *inputs.qualityPath);
+  pairs.emplace_back("TCM", inputs.modelPath);
+  if (inputs.outlierPath)
+    pairs.emplace_back("TCMOD", *inputs.outlierPath);
+  return pairs;
 }
 
 // The two scenario scoring flows differ only in names and in the writer.
@@ -276,4 +308,47 @@ std::string MergeFlowScript(FlowBlocks& blocks, const std::string& dataPath,
          << "->" << blocks.RtsdpStage() << "->"
          << "write(dataWriterConf)";
   return script.str();
+}
+
+std::string SeriesOutputFlowScript(const std::string& readerBlock, const std::string& outputConf,
+                                   const OutputFlowInputs& inputs, const std::string& sortConfig,
+                                   const ASSimpleContainer& statJson) {
+  return OutputComponentScript(readerBlock, outputConf, ModelOutputInputs(inputs), sortConfig,
+                               statJson);
+}
+
+std::string TargetsOutputFlowScript(const std::string& readerBlock, const std::string& outputConf,
+                                    const OutputFlowInputs& inputs, const std::string& sortConfig,
+                                    const ASSimpleContainer& statJson) {
+  return OutputComponentScript(readerBlock, outputConf, ModelOutputInputs(inputs), sortConfig,
+                               statJson);
+}
+
+std::string OutlierTableOutputFlowScript(const std::string& readerBlock,
+                                         const std::string& outputConf,
+                                         const OutputFlowInputs& inputs,
+                                         const std::string& sortConfig,
+                                         const ASSimpleContainer& statJson) {
+  return OutputComponentScript(readerBlock, outputConf, ModelOutputInputs(inputs), sortConfig,
+                               statJson);
+}
+
+std::string RootCauseOutputFlowScript(const std::string& readerBlock, const std::string& outputConf,
+                                      const std::string& modelPath,
+                                      const ASSimpleContainer& rootCauseFile,
+                                      const std::string& sortConfig,
+                                      const ASSimpleContainer& statJson) {
+  return OutputComponentScript(readerBlock, outputConf,
+                               {{"TCM", modelPath}, {"TCMRCA", rootCauseFile.getAbsolutePath()}},
+                               sortConfig, statJson);
+}
+
+std::string ScenarioStatJsonFlowScript(const std::string& readerBlock,
+                                       const std::string& outputConf, const std::string& modelPath,
+                                       const ASSimpleContainer& scenarioFile,
+                                       const std::string& sortConfig,
+                                       const ASSimpleContainer& statJson) {
+  return OutputComponentScript(readerBlock, outputConf,
+                               {{"TCM", modelPath}, {"TCMSA", scenarioFile.getAbsolutePath()}},
+                               sortConfig, statJson);
 }

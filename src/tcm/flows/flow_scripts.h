@@ -2,6 +2,7 @@
 // from its configuration texts and job files. An empty script means nothing to run.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -94,3 +95,40 @@ std::string SavedFieldFragment(const std::string& field);
 std::string MergeFlowScript(FlowBlocks& blocks, const std::string& dataPath,
                             const std::string& modelPath, const ASSimpleContainer& mergedData,
                             const ASSimpleContainer& mergedDataModel);
+
+// The files that an output component flow of the model commands reads, by logical name: "TSDP"
+// (the quality report) first when given, "TCM" always (an empty path goes to the engine as it
+// stands), then "TCMOD" when given.
+struct OutputFlowInputs {
+  std::optional<std::string> qualityPath;
+  std::string modelPath;
+  std::optional<std::string> outlierPath;
+};
+
+// The output component flows: the reader block of the output pair, outputConf, inputCons,
+// outputCons on `statJson` (the archive that receives "statJson.json"), sortConfig, then the
+// pipeline read, sort, TCMOutputComponent. An empty reader block or configuration gives the
+// empty script. OUTPUT_SERIESFILTER, OUTPUT_TARGETS and OUTPUT_OUTLIER_TABLE:
+std::string SeriesOutputFlowScript(const std::string& readerBlock, const std::string& outputConf,
+                                   const OutputFlowInputs& inputs, const std::string& sortConfig,
+                                   const ASSimpleContainer& statJson);
+std::string TargetsOutputFlowScript(const std::string& readerBlock, const std::string& outputConf,
+                                    const OutputFlowInputs& inputs, const std::string& sortConfig,
+                                    const ASSimpleContainer& statJson);
+std::string OutlierTableOutputFlowScript(const std::string& readerBlock,
+                                         const std::string& outputConf,
+                                         const OutputFlowInputs& inputs,
+                                         const std::string& sortConfig,
+                                         const ASSimpleContainer& statJson);
+// OUTPUT_RCA_<i>: inputs "TCM" and "TCMRCA", the archive of that root cause.
+std::string RootCauseOutputFlowScript(const std::string& readerBlock, const std::string& outputConf,
+                                      const std::string& modelPath,
+                                      const ASSimpleContainer& rootCauseFile,
+                                      const std::string& sortConfig,
+                                      const ASSimpleContainer& statJson);
+// TCMANALYSIS_OUTPUT: inputs "TCM" and "TCMSA", the scenario's results archive.
+std::string ScenarioStatJsonFlowScript(const std::string& readerBlock,
+                                       const std::string& outputConf, const std::string& modelPath,
+                                       const ASSimpleContainer& scenarioFile,
+                                       const std::string& sortConfig,
+                                       const ASSimpleContainer& statJson);

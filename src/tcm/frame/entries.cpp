@@ -15,12 +15,15 @@
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/debug_display.h"
 #include "host/output/rv.h"
+#include "host/session.h"
 #include "host/syntax/token_sequence.h"
 #include "tcm/analysis/tcm_anly_parser.h"
 #include "tcm/apply/tcm_apply_parser.h"
 #include "tcm/frame/command_context.h"
 #include "tcm/model/check_prepared_data.h"
 #include "tcm/model/tcm_model_parser.h"
+#include "tcm/output/tcm_output_builder.h"
+#include "tcm/stages/ts_runner.h"
 #include "tcm/stages/tsdp_runner.h"
 
 namespace {
@@ -64,12 +67,29 @@ void RunSavedModelCommand(const char* command, const char* title) {
   BEPesRepos::BEPesCheckError();
 }
 
+// The notes after a run's output: where the model system and the scored data went.
+void AddModelNotes(const ValidSpec& spec, bool modelFileNote) {
+  if (modelFileNote) {
+    AddNotes(2, RvString("Model File", true), RvString(spec.modelSystemPath, false, false));
+  }
+  if (spec.outData.IsInit() && !spec.outData.IsWorkingFile()) {
+    AddNotes(2, RvString("Scored Data File", true),
+             RvString(spec.outData.DocumentationString(), false, false));
+  }
+}
+
+// `tcm check`: the command is read and its data checked, and nothing is built.
+bool ChecksOnly() {
+  const host::Session* session = host::CurrentSession();
+  return session != nullptr && session->check_only;
+}
+
 }  // namespace
 
 extern "C" void TCMMODEL() {
   RvProcedure procedure(kModelTitle, 10);
   ASDebug debugLines(procedure);
-  MakeDictionary(kModelTitle);
+  FacSTDictionary* dictionary = MakeDictionary(kModelTitle);
   QUOR_TokenSequence tokens(true);
   ProcedureDataSource dataSource;
   TCMModelValidSpecs spec;
@@ -103,9 +123,23 @@ extern "C" void TCMMODEL() {
                                       context.GetParserMessage(), converter);
     }
     if (debugList != nullptr) debugList->addOutputLine("Updated Data Model");
-    // Preparation (RunTSDP), the model sequence and the output follow here, each gated by the
-    // one before, as their stages arrive; `tcm check` stops after the data checks.
-    (void)dataChecked;
+    // `tcm check` stops after the data checks.
+    if (dataChecked && !ChecksOnly()) {
+      const bool prepared = tsdpRunner.RunTSDP();
+      if (debugList != nullptr) debugList->addOutputLine("RunTSDP()");
+      if (prepared) {
+        TSRunner tsRunner(tsdpRunner, runner, dataSource, context, &spec.fieldsGroups);
+        const bool modeled = tsRunner.Run();
+        if (debugList != nullptr) debugList->addOutputLine("TSRunner()");
+        if (modeled) {
+          TCMOutputBuilder output(tsdpRunner, tsRunner);
+          const bool shown =
+              output.GenerateOutput(&procedure, &dataSource, *dictionary, spec, debugList);
+          if (debugList != nullptr) debugList->addOutputLine("GenerateOutput()");
+          if (shown) AddModelNotes(spec, !spec.modelSystemPath.empty());
+        }
+      }
+    }
   }
 
   if (converter != nullptr) QUORMBConverterDelete_A(converter);

@@ -142,11 +142,13 @@ TEST_F(RvTest, OnlyFlaggedTextsAreTranslated) {
 
 TEST_F(RvTest, ErrorLevelMessagesCountAsErrorsOfTheCommand) {
   RvProcedure procedure("Temporal Causal Modeling", 10);
-  RvError(RvString("just a warning", false), RvErrorShow::Both, RvErrorLevel::Warning);
+  // The value 2 that procedures pass for a text they show and carry on after is a warning.
+  RvError(RvString("just a warning", false), static_cast<RvErrorShow>(2),
+          static_cast<RvErrorLevel>(2));
   EXPECT_FALSE(document_.HasErrors());
   EXPECT_EQ(session_.error_count, 0);
 
-  RvError(RvString("it failed", false), static_cast<RvErrorShow>(2), static_cast<RvErrorLevel>(2));
+  RvError(RvString("it failed", false), RvErrorShow::Both, RvErrorLevel::Error);
   EXPECT_TRUE(document_.HasErrors());
   EXPECT_EQ(session_.error_count, 1);
   EXPECT_EQ(procedure.ErrorCount(), 1);

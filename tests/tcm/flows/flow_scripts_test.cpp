@@ -8,6 +8,7 @@
 
 #include "host/bridge/app_host.h"
 #include "tcm/flows/flow_blocks.h"
+#include "tcm/flows/ts_json_conf.h"
 #include "tcm/model/tcm_model_parser.h"
 #include "tcm/model/tcm_model_spec.h"
 #include "tcm/tcm_test_util.h"
@@ -295,6 +296,58 @@ TEST_F(FlowScripts, ScenarioOutputAndMerge) {
                 "\"dataModelDestination\":\"file:////run/merged.xml\",\"type\":\"asbf\"}\n"
                 "read(readTcmConf)->rtsdp:rtsdp(rtsdpConf, rtsdpInConf, _)->"
                 "write(dataWriterConf)");
+}
+
+TEST_F(FlowScripts, OutputComponentFlows) {
+  const std::string reader = TSJsonConf::ReaderBlock("/run/out", "/run/out.xml", "");
+  const std::string conf = "{\"artifacts\":[],\"isEncoded\":false}";
+  const std::string sort = "{\"sortFields\":[{\"direction\":\"ascending\",\"name\":\"when\"}]}";
+  ASSimpleContainer stat_json("tcmStatJson", "/run/stat.zip");
+  const std::string head =
+      "val readerConf = {\"filesystem\":{\"dataModel\":\"file:////run/out.xml\",\"locations\":"
+      "[{\"path\":\"file:////run/out\",\"parser\":{\"name\":\"asbf\"}}]}}\n"
+      "val outputConf = {\"artifacts\":[],\"isEncoded\":false}\n";
+  const std::string tail =
+      "val outputCons = [{\"export\":true,\"name\":\"tcmStatJson\",\"uri\":"
+      "\"file:///run/stat.zip\"}]\n"
+      "val sortConfig = {\"sortFields\":[{\"direction\":\"ascending\",\"name\":\"when\"}]}\n"
+      "read(readerConf)->sort(sortConfig)->"
+      "OutputComponent:TCMOutputComponent(outputConf,inputCons,outputCons)";
+
+  // All three inputs, the quality report first and the outliers last.
+  OutputFlowInputs all{std::string("/run/quality.zip"), "/run/model.zip",
+                       std::string("/run/od.zip")};
+  const std::string full =
+      head +
+      "val inputCons = [{\"name\":\"TSDP\",\"uri\":\"file:///run/quality.zip\"},"
+      "{\"name\":\"TCM\",\"uri\":\"file:///run/model.zip\"},"
+      "{\"name\":\"TCMOD\",\"uri\":\"file:///run/od.zip\"}]\n" +
+      tail;
+  EXPECT_EQ(SeriesOutputFlowScript(reader, conf, all, sort, stat_json), full);
+  EXPECT_EQ(TargetsOutputFlowScript(reader, conf, all, sort, stat_json), full);
+  EXPECT_EQ(OutlierTableOutputFlowScript(reader, conf, all, sort, stat_json), full);
+
+  // The model alone; a model path that no file has goes to the engine as it stands.
+  OutputFlowInputs model_only{std::nullopt, "", std::nullopt};
+  EXPECT_EQ(TargetsOutputFlowScript(reader, conf, model_only, sort, stat_json),
+            head + "val inputCons = [{\"name\":\"TCM\",\"uri\":\"file:///\"}]\n" + tail);
+
+  EXPECT_EQ(RootCauseOutputFlowScript(reader, conf, "/run/model.zip", analysis_file, sort,
+                                      stat_json),
+            head +
+                "val inputCons = [{\"name\":\"TCM\",\"uri\":\"file:///run/model.zip\"},"
+                "{\"name\":\"TCMRCA\",\"uri\":\"file:///run/analysis.zip\"}]\n" +
+                tail);
+  EXPECT_EQ(ScenarioStatJsonFlowScript(reader, conf, "/run/model.zip", analysis_file, sort,
+                                       stat_json),
+            head +
+                "val inputCons = [{\"name\":\"TCM\",\"uri\":\"file:///run/model.zip\"},"
+                "{\"name\":\"TCMSA\",\"uri\":\"file:///run/analysis.zip\"}]\n" +
+                tail);
+
+  // No output pair to read, or nothing composed: no script.
+  EXPECT_EQ(SeriesOutputFlowScript("", conf, all, sort, stat_json), "");
+  EXPECT_EQ(TargetsOutputFlowScript(reader, "", all, sort, stat_json), "");
 }
 
 } // namespace
