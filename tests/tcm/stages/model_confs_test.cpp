@@ -1,0 +1,126 @@
+// Golden tests of the model flows' configurations for TCM MODEL commands read from their text:
+// tcmModelConfig with the expansion of field lists into series, summaryConf and scoreConf.
+#include "tcm/stages/model_confs.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tcm/model/tcm_model_parser.h"
+#include "tcm/tcm_test_util.h"
+
+namespace {
+
+std::shared_ptr<host::Dataset> Shop() {
+  return tcm_test::MakeDataset({{"region", 8, "A8"},
+                                {"store", 0, "F8.0", host::Measure::kNominal},
+                                {"day", 0, "DATE11"},
+                                {"sales"},
+                                {"price"},
+                                {"cost"}});
+}
+
+TCMModelValidSpecs Model(const std::string& text) {
+  auto parsed = tcm_test::Parse<TCMModelValidSpecs, TCMModelParser>(
+      "TCM MODEL /DATASETTINGS DIMENSIONS=region store TIMETYPE=DATETIMEVAR TIMEVAR=day " + text +
+          ".",
+      Shop(), "TCM MODEL", "Temporal Causal Modeling");
+  EXPECT_TRUE(parsed.ok) << text << ": " << parsed.Describe();
+  return parsed.spec;
+}
+
+TEST(ModelConfs, ModelConfigExpandsFieldsOverFiltersOfTheRecordAndTheData) {
+  // The first record filters no dimension: region takes the data filter's values, store "".
+  // The second filters store itself and adds to the same group's lists.
+  TCMModelValidSpecs spec = Model(
+      "/DATAFILTER DIMVALUES=region(INCLUDE=North South) "
+      "/BUILDOPTIONS LAGS=3 MAXINPUTS=4 TOLERANCE=0.01 CILEVEL=90 "
+      "/FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price "
+      "/FIELDS TARGETS=cost FORCE=price DIMVALUES=store(INCLUDE=1 2) EXCLUDEDINPUTS=sales "
+      "/FIELDSGROUP /FIELDS TARGETS=price");
+  EXPECT_EQ(TcmModelConfig(spec, spec.fieldsGroups),
+            "{\"targetPredictorList\":["
+            "{\"targetList\":[[\"North\",\"\",\"sales\"],[\"South\",\"\",\"sales\"],"
+            "[\"North\",\"1\",\"cost\"],[\"North\",\"2\",\"cost\"],[\"South\",\"1\",\"cost\"],"
+            "[\"South\",\"2\",\"cost\"]],"
+            "\"predictorIncludeList\":[[\"North\",\"1\",\"price\"],[\"North\",\"2\",\"price\"],"
+            "[\"South\",\"1\",\"price\"],[\"South\",\"2\",\"price\"]],"
+            "\"predictorCandidateList\":[[\"North\",\"\",\"price\"],[\"South\",\"\",\"price\"]],"
+            "\"predictorExcludeList\":[[\"North\",\"1\",\"sales\"],[\"North\",\"2\",\"sales\"],"
+            "[\"South\",\"1\",\"sales\"],[\"South\",\"2\",\"sales\"]]},"
+            "{\"targetList\":[[\"North\",\"\",\"price\"],[\"South\",\"\",\"price\"]]}],"
+            "\"maxLag\":{\"source\":\"SETTING\",\"value\":3},"
+            "\"maxNumberOfPredictor\":{\"useDefault\":false,\"value\":4},"
+            "\"epsilon\":0.01,\"confidenceLevel\":0.9,\"exportCovarianceMatrix\":false,"
+            "\"modelsPerJob\":100}");
+
+  // Defaults, and no groups at all gives no configuration.
+  TCMModelValidSpecs plain = Model("/FIELDSGROUP /FIELDS TARGETS=sales");
+  EXPECT_EQ(TcmModelConfig(plain, plain.fieldsGroups),
+            "{\"targetPredictorList\":[{\"targetList\":[[\"\",\"\",\"sales\"]]}],"
+            "\"maxLag\":{\"source\":\"USE_DEFAULT\"},\"maxNumberOfPredictor\":{\"useDefault\":"
+            "true},\"epsilon\":0.001,\"confidenceLevel\":0.95,\"exportCovarianceMatrix\":false,"
+            "\"modelsPerJob\":100}");
+  EXPECT_EQ(TcmModelConfig(plain, {}), "");
+}
+
+TEST(ModelConfs, SummaryTakesNForPercentToo) {
+  EXPECT_EQ(SummaryConf(Model("/TARGETFILTER DISPLAY=BESTFIT(N=7 FITSTAT=rsquare) "
+                              "/FIELDSGROUP /FIELDS TARGETS=sales")),
+            "{\"fitStat\":\"RSQUARE\",\"topType\":\"N\",\"value\":7}");
+  EXPECT_EQ(SummaryConf(Model("/TARGETFILTER DISPLAY=BESTFIT(PCT=20) "
+                              "/FIELDSGROUP /FIELDS TARGETS=sales")),
+            "{\"fitStat\":\"RMSPE\",\"topType\":\"PCT\",\"value\":10}");
+}
+
+TEST(ModelConfs, ScoreConfChoosesItsTargetsAndItsIntervals) {
+  const std::vector<SeriesArray> ranked = {{"North", "1", "sales"}};
+  // Best fit targets with LCL asked for: the ranked list, intervals on, no residuals.
+  TCMModelValidSpecs best = Model(
+      "/BUILDOPTIONS FORECASTPERIODS=6 /SAVE CL(LCLROOT=Lo UCLROOT=Hi) /FIELDSGROUP /FIELDS "
+      "TARGETS=sales");
+  ASSERT_TRUE(ScoreNeedsTargetList(best, false));
+  EXPECT_EQ(ScoreConf(best, true, true, false, false, ranked),
+            "{\"fieldSetting\":{\"fieldType\":\"INCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[[\"North\",\"1\",\"sales\"]]}},"
+            "\"forecast\":{\"doForecast\":true,\"forecastSpan\":6,\"forecastInterval\":true},"
+            "\"fit\":{\"doFit\":true,\"fitInterval\":true,\"fitResidual\":false},"
+            "\"confidenceLevel\":0.95,\"isOutputInputData\":true,\"isDataEncoded\":true}");
+  // A selection that found nothing ends the composition.
+  EXPECT_EQ(ScoreConf(best, true, true, false, false, {}), "");
+  // The output pass scores all targets with every interval and residual.
+  EXPECT_FALSE(ScoreNeedsTargetList(best, true));
+  EXPECT_EQ(ScoreConf(best, false, true, false, true, {}),
+            "{\"fieldSetting\":{\"fieldType\":\"EXCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[]}},\"forecast\":{\"doForecast\":false},"
+            "\"fit\":{\"doFit\":true,\"fitInterval\":true,\"fitResidual\":true},"
+            "\"confidenceLevel\":0.95,\"isOutputInputData\":true,\"isDataEncoded\":true}");
+
+  // TARGETS(ALL) in SAVE scores all targets even under best fit; without CL no interval;
+  // re-estimation writes its flag and no input-data flag.
+  TCMModelValidSpecs all = Model(
+      "/BUILDOPTIONS FORECASTPERIODS=2 /SAVE TARGETS(ALL) NRESIDUAL "
+      "/FIELDSGROUP /FIELDS TARGETS=sales");
+  EXPECT_FALSE(ScoreNeedsTargetList(all, false));
+  EXPECT_EQ(ScoreConf(all, true, true, true, false, {}),
+            "{\"fieldSetting\":{\"fieldType\":\"EXCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[]}},"
+            "\"forecast\":{\"doForecast\":true,\"forecastSpan\":2,\"forecastInterval\":false},"
+            "\"fit\":{\"doFit\":true,\"fitInterval\":false,\"fitResidual\":true},"
+            "\"re-estimate\":true,\"confidenceLevel\":0.95,\"isDataEncoded\":true}");
+}
+
+TEST(ModelConfs, SeriesFilterKeysUseTheirOwnFiltersOnly) {
+  TCMModelValidSpecs spec = Model(
+      "/DATAFILTER DIMVALUES=region(INCLUDE=North) "
+      "/SERIESFILTER FIELDS=sales price DIMVALUES=store(INCLUDE=3) "
+      "/SERIESFILTER FIELDS=cost DIMVALUES=region(INCLUDE=East West) "
+      "/FIELDSGROUP /FIELDS TARGETS=sales price cost");
+  EXPECT_EQ(SeriesFilterKeyList(spec),
+            (std::vector<SeriesArray>{{"", "3", "price"},
+                                      {"", "3", "sales"},
+                                      {"East", "", "cost"},
+                                      {"West", "", "cost"}}));
+}
+
+}  // namespace
