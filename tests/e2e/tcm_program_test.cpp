@@ -237,6 +237,18 @@ TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
   unsetenv("TMPDIR");
   ASSERT_EQ(outcome.status, 0) << outcome.out;
 
+  // The preparation: 84 daily series (12 combinations, 7 metrics) on one axis of 731 days,
+  // 2023-01-01 to 2024-12-31 as day numbers.
+  const auto prepared = nlohmann::json::parse(
+      ArchiveMember(temp / "retail.tcm.zip", "TSDPOutput.json"), nullptr, false);
+  ASSERT_TRUE(prepared.is_object()) << outcome.out;
+  const auto& output = prepared["output"];
+  EXPECT_EQ(output["timeFormat"], "date");
+  ASSERT_EQ(output["timeVariable"].size(), 731u);
+  EXPECT_EQ(output["timeVariable"].front().get<double>(), 19358);
+  EXPECT_EQ(output["timeVariable"].back().get<double>(), 20088);
+  EXPECT_EQ(output["series"].size(), 84u);
+
   const std::string graph = ArchiveMember(temp / "retail.tcm.zip", "TCMGraph.json");
   ASSERT_FALSE(graph.empty()) << outcome.out;
   FoundGraph found = ReadGraph(graph);
@@ -260,4 +272,25 @@ TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
   EXPECT_EQ(lines, 1 + 8772 + 12 * 14);
   const std::string page = ReadAll(Path("report.html"));
   EXPECT_NE(page.find("Model File"), std::string::npos);
+}
+
+// OUTFILE DATA=* puts the scored data in place of the active dataset for what follows: the
+// dataset that the program saves at the end has the new columns.
+TEST_F(TcmProgram, ScoredDataCanReplaceTheActiveDataset) {
+  const std::string syntax =
+      Write(Path("star.tcm"),
+            "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=date\n"
+            "  /DATAFILTER DIMVALUES=region(INCLUDE=North)\n"
+            "  /BUILDOPTIONS FORECASTPERIODS=5 /TARGETFILTER DISPLAY=ALLTARGETS\n"
+            "  /SAVE PREDICTED /OUTFILE DATA=*\n"
+            "  /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=visits.\n");
+  const fs::path saved = Path("final.csv");
+  const Outcome outcome = Tcm("run " + syntax + " --data " + kSales + " --save-data " +
+                              saved.string() + " --text");
+  ASSERT_EQ(outcome.status, 0) << outcome.out;
+  const std::string data = ReadAll(saved);
+  const std::string header = data.substr(0, data.find('\n'));
+  EXPECT_NE(header.find("Predicted_sales"), std::string::npos) << header;
+  // The rows of the scored data: the aggregated region's 731 days and 5 forecast days.
+  EXPECT_EQ(std::count(data.begin(), data.end(), '\n'), 1 + 731 + 5);
 }
