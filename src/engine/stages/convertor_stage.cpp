@@ -17,11 +17,7 @@ class ConvertorStage : public Stage {
     const support::Json* api = nullptr;
     const support::Json* inputs = nullptr;
     const support::Json* outputs = nullptr;
-    if (!ArgumentJson(call, script, 0, true, true, &api, messages) ||
-        !ArgumentJson(call, script, 1, true, false, &inputs, messages) ||
-        !ArgumentJson(call, script, 2, true, false, &outputs, messages)) {
-      return false;
-    }
+    if (!ConfigurationAndFiles(call, script, true, &api, &inputs, &outputs, messages)) return false;
     api_ = *api;
     input_ = ArchivePath(*inputs, "JSON");
     output_ = ArchivePath(*outputs, "JSON");

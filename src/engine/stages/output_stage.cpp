@@ -20,11 +20,7 @@ class OutputStage : public Stage {
     const support::Json* conf = nullptr;
     const support::Json* inputs = nullptr;
     const support::Json* outputs = nullptr;
-    if (!ArgumentJson(call, script, 0, true, true, &conf, messages) ||
-        !ArgumentJson(call, script, 1, true, false, &inputs, messages) ||
-        !ArgumentJson(call, script, 2, true, false, &outputs, messages)) {
-      return false;
-    }
+    if (!ConfigurationAndFiles(call, script, true, &conf, &inputs, &outputs, messages)) return false;
     auto config = output::ReadOutputConfig(*conf, *inputs, *outputs);
     if (!config) return messages.Error(place_ + config.message());
     config_ = std::move(*config);

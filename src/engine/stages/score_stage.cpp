@@ -32,11 +32,7 @@ class ScoreStage : public Stage {
     const support::Json* config = nullptr;
     const support::Json* in = nullptr;
     const support::Json* out = nullptr;
-    if (!ArgumentJson(call, script, 0, true, true, &config, messages) ||
-        !ArgumentJson(call, script, 1, true, false, &in, messages) ||
-        !ArgumentJson(call, script, 2, false, false, &out, messages)) {
-      return false;
-    }
+    if (!ConfigurationAndFiles(call, script, false, &config, &in, &out, messages)) return false;
     if (const support::Json* setting = support::FindMember(*config, "fieldSetting")) {
       const std::string type = support::GetString(*setting, "fieldType", "EXCLUDED_TARGET_LIST");
       if (type != "INCLUDED_TARGET_LIST" && type != "EXCLUDED_TARGET_LIST") {

@@ -31,6 +31,14 @@ bool ArgumentJson(const StageCall& call, const Script& script, std::size_t index
   return true;
 }
 
+bool ConfigurationAndFiles(const StageCall& call, const Script& script, bool outputs_required,
+                           const support::Json** config, const support::Json** inputs,
+                           const support::Json** outputs, MessageQueue& messages) {
+  return ArgumentJson(call, script, 0, true, true, config, messages) &&
+         ArgumentJson(call, script, 1, true, false, inputs, messages) &&
+         ArgumentJson(call, script, 2, outputs_required, false, outputs, messages);
+}
+
 std::string PathFromUri(const std::string& uri) {
   if (uri.rfind("file:", 0) != 0) return uri;
   std::string path = uri.substr(5);

@@ -45,6 +45,13 @@ std::string StagePlace(const StageCall& call);
 bool ArgumentJson(const StageCall& call, const Script& script, std::size_t index, bool required,
                   bool object, const support::Json** json, MessageQueue& messages);
 
+// The three arguments of a stage that works on files: its configuration object, then the arrays
+// of its input and output files. `*config`, `*inputs` and `*outputs` are set; `*outputs` is null
+// when it may be absent and is. Reports and returns false like ArgumentJson.
+bool ConfigurationAndFiles(const StageCall& call, const Script& script, bool outputs_required,
+                           const support::Json** config, const support::Json** inputs,
+                           const support::Json** outputs, MessageQueue& messages);
+
 // A path from a "file:" URI of a configuration ("file:///tmp/a" and "file:////tmp/a" give
 // "/tmp/a"); a plain path is returned as it is.
 std::string PathFromUri(const std::string& uri);

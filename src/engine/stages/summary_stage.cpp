@@ -46,11 +46,7 @@ class SummaryStage : public Stage {
     const support::Json* config = nullptr;
     const support::Json* in = nullptr;
     const support::Json* out = nullptr;
-    if (!ArgumentJson(call, script, 0, true, true, &config, messages) ||
-        !ArgumentJson(call, script, 1, true, false, &in, messages) ||
-        !ArgumentJson(call, script, 2, true, false, &out, messages)) {
-      return false;
-    }
+    if (!ConfigurationAndFiles(call, script, true, &config, &in, &out, messages)) return false;
     const std::string stat = support::GetString(*config, "fitStat", "RMSPE");
     if (stat == "RMSPE") {
       options_.stat = FitStat::kRmspe;

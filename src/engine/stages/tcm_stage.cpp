@@ -40,11 +40,7 @@ class TcmStage : public Stage {
     const support::Json* config = nullptr;
     const support::Json* in = nullptr;
     const support::Json* out = nullptr;
-    if (!ArgumentJson(call, script, 0, true, true, &config, messages) ||
-        !ArgumentJson(call, script, 1, true, false, &in, messages) ||
-        !ArgumentJson(call, script, 2, true, false, &out, messages)) {
-      return false;
-    }
+    if (!ConfigurationAndFiles(call, script, true, &config, &in, &out, messages)) return false;
     const support::Json* groups = support::FindMember(*config, "targetPredictorList");
     if (groups == nullptr || !groups->is_array() || groups->empty()) {
       return messages.Error(place + "'targetPredictorList' must be a non-empty array");
