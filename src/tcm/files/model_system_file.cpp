@@ -19,7 +19,8 @@ std::vector<std::string> SplitAtDash(const std::string& id) {
   while (true) {
     const std::size_t dash = id.find('-', start);
     pieces.push_back(id.substr(start, dash - start));
-    if (dash == std::string::npos) return pieces;
+    if (dash == std::string::npos)
+      return pieces;
     start = dash + 1;
   }
 }
@@ -28,21 +29,26 @@ std::vector<std::string> SplitAtDash(const std::string& id) {
 const std::string* LabelOf(const CFField& field, const std::string& text) {
   for (const CFValue& value : field.GetValues()) {
     std::string rendered;
-    if (value.GetDatum().ToString(rendered) && rendered == text) return &value.GetLabel();
+    if (value.GetDatum().ToString(rendered) && rendered == text)
+      return &value.GetLabel();
   }
   return nullptr;
 }
 
-}  // namespace
+} // namespace
 
 bool ExtractDataModel(const std::string& path, CFMetaData& metadata) {
   std::string text;
-  if (!ReadMember(path, "StatXML.xml", text)) return false;
+  if (!ReadMember(path, "StatXML.xml", text))
+    return false;
   const std::size_t begin = text.find("<DataModel>");
-  if (begin != std::string::npos) text = text.substr(begin);
+  if (begin != std::string::npos)
+    text = text.substr(begin);
   const std::size_t end = text.find("</StatXML>");
-  if (end != std::string::npos) text = text.substr(0, end);
-  if (text.find("</DataModel>") == std::string::npos) text += "</DataModel>";
+  if (end != std::string::npos)
+    text = text.substr(0, end);
+  if (text.find("</DataModel>") == std::string::npos)
+    text += "</DataModel>";
   metadata = CFMetaData(text, nullptr);
   return true;
 }
@@ -56,28 +62,56 @@ void ReadTimeInfo(const std::string& jsonText, std::string& timeVariable, std::s
 
 void ReadTopModelIds(const ASSimpleContainer& container, std::vector<std::string>& ids) {
   std::string text;
-  if (!ReadMember(container.getAbsolutePath(), "modelSummary.json", text)) return;
+  if (!ReadMember(container.getAbsolutePath(), "modelSummary.json", text))
+    return;
   JNIJSONObject json(text);
-  if (!json.isGood()) return;
+  if (!json.isGood())
+    return;
   const JNIJSONHandle top = JNIJSONObject::get(json.getTop(), "topNModels");
   const JNIJSONHandle list = top == nullptr ? nullptr : JNIJSONObject::get(top, "IDs");
-  if (list == nullptr) return;
+  if (list == nullptr)
+    return;
   for (std::size_t i = 0; i < JNIJSONArray::size(list); ++i) {
-    const std::string id = JNIAslAccessor::getString(JNIJSONArray::get(list, i));
-    if (!id.empty()) ids.push_back(id);
+    const JNIJSONHandle item = JNIJSONArray::get(list, i);
+    if (item == nullptr || !item->is_string())
+      continue;
+    const std::string id = JNIAslAccessor::getString(item);
+    if (!id.empty())
+      ids.push_back(id);
   }
 }
 
-bool RankedTargetIds(const std::string& modelPath, const std::string& display,
-                     std::vector<std::string>& ids) {
-  std::string graph;
-  if (!ReadMember(modelPath, "TCMGraph.json", graph)) return false;
-  const JNITargetMap map(graph);
+void TargetIdsByDisplay(const std::string& display, const std::string& graphText,
+                        const std::vector<std::string>& topModelIds,
+                        std::vector<std::string>& ids) {
+  if (display == "BESTFIT") {
+    ids.insert(ids.end(), topModelIds.begin(), topModelIds.end());
+    return;
+  }
+  const JNITargetMap map(graphText);
   if (display == "TARGETSNOINPUTS") {
     map.GetTargetsWithoutInput(ids);
   } else {
     map.GetAllTargets(ids);
   }
+}
+
+bool RankedTargetIds(const std::string& modelPath, const std::string& display,
+                     const std::function<void(std::vector<std::string>&)>& topModels,
+                     std::vector<std::string>& ids) {
+  // A system without its statistics document has nothing to rank, whatever the graph says.
+  std::string statXml;
+  if (!ReadMember(modelPath, "StatXML.xml", statXml))
+    return false;
+  std::string graph;
+  std::vector<std::string> top;
+  if (display == "BESTFIT") {
+    if (topModels)
+      topModels(top);
+  } else if (!ReadMember(modelPath, "TCMGraph.json", graph)) {
+    return false;
+  }
+  TargetIdsByDisplay(display, graph, top, ids);
   return true;
 }
 
@@ -95,7 +129,8 @@ void DecodeSeriesIds(const std::vector<std::string>& ids, const CFMetaData& meta
       const CFField* field = metadata.FindField(dimensionNames[i]);
       const std::string* label = field == nullptr ? nullptr : LabelOf(*field, pieces[i]);
       const CFField* base = field == nullptr ? nullptr : metadata.FindField(field->GetBaseField());
-      if (label == nullptr || base == nullptr) continue;
+      if (label == nullptr || base == nullptr)
+        continue;
       for (const CFValue& value : base->GetValues()) {
         if (base->GetStorage() == CFStorage::kString) {
           if (value.GetDatum().GetString() == *label) {
@@ -112,20 +147,27 @@ void DecodeSeriesIds(const std::vector<std::string>& ids, const CFMetaData& meta
       }
     }
     if (const CFField* metric = metadata.FindField("metricField")) {
-      if (const std::string* name = LabelOf(*metric, pieces.back())) decoded.push_back(*name);
+      if (const std::string* name = LabelOf(*metric, pieces.back()))
+        decoded.push_back(*name);
     }
     result.push_back(decoded);
   }
 }
 
 bool AggregationChecked(const ValidSpec& spec, const ASSimpleContainer& jsonFile) {
-  if (spec.timeType == "NONE") return true;
-  if (spec.timeType != "DATESPEC") return false;
+  if (spec.timeType == "NONE")
+    return true;
+  if (spec.timeType != "DATESPEC")
+    return false;
   std::string text;
-  if (!ReadMember(jsonFile.getAbsolutePath(), "TSDPOutput.json", text)) return false;
+  if (!ReadMember(jsonFile.getAbsolutePath(), "TSDPOutput.json", text))
+    return false;
   JNIJSONObject json(text);
-  if (!json.isGood()) return false;
+  if (!json.isGood())
+    return false;
   const JNIJSONHandle settings = JNIJSONObject::get(json.getTop(), "settings");
-  const JNIJSONHandle level = settings == nullptr ? nullptr : JNIJSONObject::get(settings, "aggreLevel");
-  return level != nullptr && JNIJSONInteger::intValue(level) == 0;
+  const JNIJSONHandle level =
+      settings == nullptr ? nullptr : JNIJSONObject::get(settings, "aggreLevel");
+  // intValue reads anything that is no integer as 0: only a number counts here.
+  return level != nullptr && level->is_number() && level->get<double>() == 0.0;
 }

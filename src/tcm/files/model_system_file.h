@@ -3,6 +3,7 @@
 // graph, the decoding of coded series IDs, and the check of aggregation.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,9 +21,16 @@ void ReadTimeInfo(const std::string& jsonText, std::string& timeVariable, std::s
 // Appends the non-empty IDs of modelSummary.json (topNModels.IDs) of the summary archive.
 void ReadTopModelIds(const ASSimpleContainer& container, std::vector<std::string>& ids);
 
-// The IDs of the graph's targets for a target display other than "BESTFIT": those without input
-// for "TARGETSNOINPUTS", all otherwise. False when "TCMGraph.json" cannot be read.
+// Appends the IDs that a target display selects: for "BESTFIT" `topModelIds` (what the summary
+// flow found), for "TARGETSNOINPUTS" the graph's targets without input, otherwise all targets.
+void TargetIdsByDisplay(const std::string& display, const std::string& graphText,
+                        const std::vector<std::string>& topModelIds, std::vector<std::string>& ids);
+
+// The ranked target IDs of a model system archive, appended to `ids`. Nothing is selected unless
+// "StatXML.xml" reads; then "BESTFIT" asks `topModels` (the summary flow, run only here) and
+// the other displays read "TCMGraph.json". False when a member needed cannot be read.
 bool RankedTargetIds(const std::string& modelPath, const std::string& display,
+                     const std::function<void(std::vector<std::string>&)>& topModels,
                      std::vector<std::string>& ids);
 
 // Appends per ID the true dimension values and the metric name, by the model's data model; an

@@ -1,5 +1,5 @@
-// This file contains the compositions of tcmModelConfig, summaryConf and scoreConf. Keys are
-// put in the order the engine's readers are written against.
+// This file contains the compositions of tcmModelConfig, summaryConf, scoreConf, tcmScoreConf and
+// arScoreConf. Keys are put in the order the engine's readers are written against.
 #include "tcm/stages/model_confs.h"
 
 #include <algorithm>
@@ -21,9 +21,11 @@ bool SameName(const std::string& a, const std::string& b) {
 void AddFilterValues(const std::vector<DimValueFilter>& filters, const std::string& dimension,
                      std::vector<std::string>& values) {
   for (const DimValueFilter& filter : filters) {
-    if (!SameName(filter.field, dimension)) continue;
+    if (!SameName(filter.field, dimension))
+      continue;
     for (const std::string& value : filter.values) {
-      if (std::find(values.begin(), values.end(), value) == values.end()) values.push_back(value);
+      if (std::find(values.begin(), values.end(), value) == values.end())
+        values.push_back(value);
     }
   }
 }
@@ -37,7 +39,8 @@ JNIJSONArray ToJson(const std::vector<SeriesArray>& series) {
   JNIJSONArray array;
   for (const SeriesArray& one : series) {
     JNIJSONArray values;
-    for (const std::string& value : one) values.add(value);
+    for (const std::string& value : one)
+      values.add(value);
     array.add(values);
   }
   return array;
@@ -49,11 +52,12 @@ bool SaveHas(const ValidSpec& spec, const char* keyword) {
 }
 
 std::string Upper(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  for (char& c : text)
+    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   return text;
 }
 
-}  // namespace
+} // namespace
 
 std::vector<SeriesArray> ExpandSeriesArrays(const std::vector<QuorVarName>& names,
                                             const std::vector<DimValueFilter>& filters,
@@ -68,7 +72,8 @@ std::vector<SeriesArray> ExpandSeriesArrays(const std::vector<QuorVarName>& name
     } else if (dataFilter != nullptr) {
       AddFilterValues(dataFilter->filters, dimension.GetName(), values);
     }
-    if (values.empty()) values.push_back("");
+    if (values.empty())
+      values.push_back("");
     lists.push_back(std::move(values));
   }
   for (const QuorVarName& name : names) {
@@ -76,12 +81,15 @@ std::vector<SeriesArray> ExpandSeriesArrays(const std::vector<QuorVarName>& name
     std::vector<std::size_t> at(lists.size(), 0);
     while (true) {
       SeriesArray series;
-      for (std::size_t d = 0; d < lists.size(); ++d) series.push_back(lists[d][at[d]]);
+      for (std::size_t d = 0; d < lists.size(); ++d)
+        series.push_back(lists[d][at[d]]);
       series.push_back(name.GetName());
       result.push_back(std::move(series));
       std::size_t d = lists.size();
-      while (d > 0 && ++at[d - 1] == lists[d - 1].size()) at[--d] = 0;
-      if (d == 0) break;
+      while (d > 0 && ++at[d - 1] == lists[d - 1].size())
+        at[--d] = 0;
+      if (d == 0)
+        break;
     }
   }
   return result;
@@ -90,7 +98,8 @@ std::vector<SeriesArray> ExpandSeriesArrays(const std::vector<QuorVarName>& name
 std::vector<SeriesArray> SeriesFilterKeyList(const ValidSpec& spec) {
   std::vector<SeriesArray> keys;
   for (const SeriesFilterSpec& filter : spec.seriesFilters) {
-    if (filter.fields.empty()) continue;
+    if (filter.fields.empty())
+      continue;
     auto expanded = ExpandSeriesArrays(filter.fields, filter.filters, nullptr, spec.dimensions);
     keys.insert(keys.end(), expanded.begin(), expanded.end());
   }
@@ -99,14 +108,14 @@ std::vector<SeriesArray> SeriesFilterKeyList(const ValidSpec& spec) {
 
 std::string TcmModelConfig(const TCMModelValidSpecs& spec,
                            const std::vector<FieldsGroupSpec>& groups) {
-  if (groups.empty()) return {};
+  if (groups.empty())
+    return {};
   JNIJSONArray targetPredictorList;
   for (const FieldsGroupSpec& group : groups) {
     std::vector<SeriesArray> lists[5];
     for (const FieldsSpec& fields : group.fields) {
       const std::vector<QuorVarName>* names[5] = {&fields.targets, &fields.force, &fields.inputs,
-                                                  &fields.excludedTargets,
-                                                  &fields.excludedInputs};
+                                                  &fields.excludedTargets, &fields.excludedInputs};
       for (int i = 0; i < 5; ++i) {
         auto expanded =
             ExpandSeriesArrays(*names[i], fields.filters, &spec.dataFilter, spec.dimensions);
@@ -118,7 +127,8 @@ std::string TcmModelConfig(const TCMModelValidSpecs& spec,
                                          "predictorExcludeList"};
     JNIJSONObject object;
     for (int i = 0; i < 5; ++i) {
-      if (i == 0 || !lists[i].empty()) object.put(kKeys[i], ToJson(lists[i]));
+      if (i == 0 || !lists[i].empty())
+        object.put(kKeys[i], ToJson(lists[i]));
     }
     targetPredictorList.add(object);
   }
@@ -156,16 +166,19 @@ std::string SummaryConf(const ValidSpec& spec) {
 }
 
 bool ScoreNeedsTargetList(const ValidSpec& spec, bool outputPass) {
-  if (outputPass) return false;
+  if (outputPass)
+    return false;
   SaveEntry targets;
-  if (spec.FindSaveEntry("TARGETS", targets) && targets.rootName == "ALL") return false;
+  if (spec.FindSaveEntry("TARGETS", targets) && targets.rootName == "ALL")
+    return false;
   return spec.targetFilter.display != "ALLTARGETS";
 }
 
 std::string ScoreConf(const ValidSpec& spec, bool forecast, bool fit, bool reestimate,
                       bool outputPass, const std::vector<SeriesArray>& targets) {
   const bool included = ScoreNeedsTargetList(spec, outputPass);
-  if (included && targets.empty()) return {};
+  if (included && targets.empty())
+    return {};
   TSJsonConf conf;
   JNIJSONObject fieldSetting;
   fieldSetting.put("fieldType", included ? "INCLUDED_TARGET_LIST" : "EXCLUDED_TARGET_LIST");
@@ -189,9 +202,53 @@ std::string ScoreConf(const ValidSpec& spec, bool forecast, bool fit, bool reest
     fitObject.put("fitResidual", outputPass || SaveHas(spec, "NRESIDUAL"));
     conf.put("fit", fitObject);
   }
-  if (reestimate) conf.put("re-estimate", true);
+  if (reestimate)
+    conf.put("re-estimate", true);
   conf.put("confidenceLevel", spec.buildOptions.ciLevel / 100.0);
-  if (!reestimate) conf.put("isOutputInputData", true);
+  if (!reestimate)
+    conf.put("isOutputInputData", true);
+  conf.put("isDataEncoded", true);
+  return conf.toString();
+}
+
+std::string TcmScoreConf(const TCMAnlySpec& spec, bool outputPass) {
+  TSJsonConf conf;
+  JNIJSONObject fieldSetting;
+  fieldSetting.put("fieldType", "INCLUDED_TARGET_LIST");
+  JNIJSONObject nameList;
+  nameList.put("seriesIDList",
+               ToJson(outputPass ? std::vector<SeriesArray>{} : spec.targetSeriesKeys));
+  fieldSetting.put("fieldNameList", nameList);
+  conf.put("fieldSetting", fieldSetting);
+  JNIJSONObject forecastObject;
+  const int32_t periods = spec.buildOptions.forecastPeriods;
+  forecastObject.put("doForecast", periods > 0);
+  if (periods > 0) {
+    forecastObject.put("forecastSpan", periods);
+    if (spec.buildOptions.predictedCI)
+      forecastObject.put("forecastInterval", true);
+  }
+  conf.put("forecast", forecastObject);
+  conf.put("confidenceLevel", spec.buildOptions.ciLevel / 100.0);
+  conf.put("isOutputInputData", true);
+  conf.put("isDataEncoded", true);
+  JNIJSONObject fitObject;
+  fitObject.put("doFit", true);
+  conf.put("fit", fitObject);
+  return conf.toString();
+}
+
+std::string ArScoreConf(const TCMAnlySpec& spec) {
+  TSJsonConf conf;
+  JNIJSONObject nameList;
+  nameList.put("seriesIDList", ToJson(spec.arSeriesKeys));
+  JNIJSONObject fieldSetting;
+  fieldSetting.put("fieldNameList", nameList);
+  conf.put("fieldSetting", fieldSetting);
+  JNIJSONObject forecastObject;
+  forecastObject.put("forecastSpan", spec.buildOptions.forecastPeriods);
+  conf.put("forecast", forecastObject);
+  conf.put("outputOriginalValue", true);
   conf.put("isDataEncoded", true);
   return conf.toString();
 }

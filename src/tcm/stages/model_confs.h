@@ -1,11 +1,12 @@
 // This file contains the configurations of the model flows: tcmModelConfig of the model build,
-// summaryConf of the best-model summary, scoreConf of scoring, and the expansion of field lists
-// into series arrays that they share.
+// summaryConf of the best-model summary, scoreConf of scoring, tcmScoreConf and arScoreConf of
+// scenario scoring, and the expansion of field lists into series arrays that they share.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "tcm/analysis/tcm_anly_spec.h"
 #include "tcm/model/tcm_model_spec.h"
 
 // A series array: one value per dimension (in the spec's order; "" for all values of that
@@ -39,3 +40,10 @@ bool ScoreNeedsTargetList(const ValidSpec& spec, bool outputPass);
 // an empty list there gives the empty text.
 std::string ScoreConf(const ValidSpec& spec, bool forecast, bool fit, bool reestimate,
                       bool outputPass, const std::vector<SeriesArray>& targets);
+
+// The scenario command's scoring configuration: the targets of its target lists (none in the
+// output pass, which scores all), forecasts when periods are asked for.
+std::string TcmScoreConf(const TCMAnlySpec& spec, bool outputPass);
+
+// The scenario command's configuration of the AR model series' scoring.
+std::string ArScoreConf(const TCMAnlySpec& spec);

@@ -200,13 +200,9 @@ const std::vector<SeriesKey>& TSRunner::RankedTargets() {
   const ASSimpleContainer* model = CurrentModelFile();
   if (model == nullptr) return rankedTargets_;
   std::vector<std::string> ids;
-  const std::string& display = tsdp->spec.targetFilter.display;
-  if (display == "BESTFIT") {
-    ZipReader reader(model->getAbsolutePath());
-    std::string statXml;
-    if (!reader.GotoFile("StatXML.xml") || !reader.ExportString(statXml)) return rankedTargets_;
-    GetTopModels(ids);
-  } else if (!RankedTargetIds(model->getAbsolutePath(), display, ids)) {
+  // The summary flow runs only for BESTFIT, and only once the model's StatXML.xml was read.
+  if (!RankedTargetIds(model->getAbsolutePath(), tsdp->spec.targetFilter.display,
+                       [this](std::vector<std::string>& top) { GetTopModels(top); }, ids)) {
     return rankedTargets_;
   }
   const CFMetaData* metadata = ModelMetadata();

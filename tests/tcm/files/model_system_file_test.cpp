@@ -1,6 +1,6 @@
 // Tests of the model system readers over archives written here: the data model cut out of
-// StatXML.xml, the decoding of coded series IDs, the summary's IDs, the graph's targets, and
-// the check of aggregation.
+// StatXML.xml, the decoding of coded series IDs, the summary's IDs, the ranked targets by display,
+// and the check of aggregation.
 #include "tcm/files/model_system_file.h"
 
 #include <map>
@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include "host/bridge/jni_target_map.h"
 #include "support/temp_file.h"
 #include "support/zip_archive.h"
 #include "tcm/model/tcm_model_spec.h"
@@ -40,7 +39,8 @@ class ModelSystemFile : public ::testing::Test {
   }
   std::string Archive(const std::string& name, const std::map<std::string, std::string>& members) {
     support::ZipArchiveWriter writer;
-    for (const auto& [member, text] : members) EXPECT_TRUE(writer.AddText(member, text).ok());
+    for (const auto& [member, text] : members)
+      EXPECT_TRUE(writer.AddText(member, text).ok());
     const std::string path = (dir_->path() / name).string();
     EXPECT_TRUE(writer.WriteTo(path).ok());
     return path;
@@ -66,6 +66,12 @@ TEST_F(ModelSystemFile, DataModelIsCutOutAndClosedWhenItsEndIsLost) {
   EXPECT_FALSE(ExtractDataModel(none, metadata));
   EXPECT_EQ(metadata.FieldCount(), 5u);
   EXPECT_FALSE(ExtractDataModel((dir_->path() / "absent.zip").string(), metadata));
+  EXPECT_EQ(metadata.FieldCount(), 5u);
+  // No data model in the document: what is there is read, and describes no field.
+  const std::string bare =
+      Archive("bare.zip", {{"StatXML.xml", "<StatXML><Parameter name=\"maxLag\"/></StatXML>"}});
+  ASSERT_TRUE(ExtractDataModel(bare, metadata));
+  EXPECT_EQ(metadata.FieldCount(), 0u);
 }
 
 TEST_F(ModelSystemFile, SeriesIdsDecodeToValuesAndTheMetricName) {
@@ -76,8 +82,9 @@ TEST_F(ModelSystemFile, SeriesIdsDecodeToValuesAndTheMetricName) {
   // "-" in its name splits into too many pieces and gives an empty series; an unknown code
   // leaves its dimension out.
   DecodeSeriesIds({"2-1-1", "1-1-2", "1-1", "9-1-1"}, metadata, {"region", "store"}, decoded);
-  EXPECT_EQ(decoded, (std::vector<std::vector<std::string>>{
-                         {"West", "17", "sales"}, {"East", "17", "net-sales"}, {}, {"17", "sales"}}));
+  EXPECT_EQ(decoded,
+            (std::vector<std::vector<std::string>>{
+                {"West", "17", "sales"}, {"East", "17", "net-sales"}, {}, {"17", "sales"}}));
   // Without dimensions an ID is the metric alone.
   decoded.clear();
   DecodeSeriesIds({"1", "2-3"}, metadata, {}, decoded);
@@ -88,40 +95,70 @@ TEST_F(ModelSystemFile, SummaryIdsAndGraphTargets) {
   ASSimpleContainer summary(
       "ModelsSummay",
       Archive("summary.zip",
-              {{"modelSummary.json", "{\"topNModels\":{\"IDs\":[\"1-1-1\",\"\",\"2-1-1\"]}}"}}));
+              {{"modelSummary.json", "{\"topNModels\":{\"IDs\":[\"1-1-1\",\"\",3,\"2-1-1\"]}}"}}));
   std::vector<std::string> ids{"kept"};
   ReadTopModelIds(summary, ids);
+  // The empty ID and the number are left out; what the list held stays.
   EXPECT_EQ(ids, (std::vector<std::string>{"kept", "1-1-1", "2-1-1"}));
-  ASSimpleContainer broken("ModelsSummay",
-                           Archive("broken.zip", {{"modelSummary.json", "{\"IDs\":[\"x\"]}"}}));
-  ReadTopModelIds(broken, ids);
+  for (const std::string text : {"{\"IDs\":[\"x\"]}", "{\"topNModels\":{\"ids\":[\"x\"]}}",
+                                 "{\"topNModels\":{\"IDs\":\"x\"}}", "not json"}) {
+    ASSimpleContainer broken("ModelsSummay", Archive("broken.zip", {{"modelSummary.json", text}}));
+    ReadTopModelIds(broken, ids);
+    EXPECT_EQ(ids.size(), 3u) << text;
+  }
+  ASSimpleContainer noMember("ModelsSummay", Archive("nomember.zip", {{"other.json", "{}"}}));
+  ReadTopModelIds(noMember, ids);
   EXPECT_EQ(ids.size(), 3u);
 
   const std::string graph =
       "{\"targets\":[{\"id\":\"1-1-1\",\"inputs\":[{\"id\":\"1-1-2\"}]},"
       "{\"id\":\"2-1-1\",\"inputs\":[]},{\"id\":\"2-1-2\"}],\"arModelSeries\":[\"1-1-2\"]}";
-  const JNITargetMap map(graph);
-  EXPECT_TRUE(map.IsTarget("2-1-1"));
-  EXPECT_FALSE(map.IsTarget("1-1-2"));
-  EXPECT_TRUE(map.IsArModelSeries("1-1-2"));
-  const std::string model = Archive("model.zip", {{"TCMGraph.json", graph}});
+  const std::string statXml = std::string("<StatXML>") + kDataModel + "</DataModel></StatXML>";
+  const std::vector<std::string> top = {"2-1-2", "1-1-1"};
+  int summaries = 0;
+  const auto summaryFlow = [&](std::vector<std::string>& found) {
+    ++summaries;
+    found.insert(found.end(), top.begin(), top.end());
+  };
+  const std::string model =
+      Archive("model.zip", {{"StatXML.xml", statXml}, {"TCMGraph.json", graph}});
   std::vector<std::string> all;
-  ASSERT_TRUE(RankedTargetIds(model, "ALLTARGETS", all));
+  ASSERT_TRUE(RankedTargetIds(model, "ALLTARGETS", summaryFlow, all));
   EXPECT_EQ(all, (std::vector<std::string>{"1-1-1", "2-1-1", "2-1-2"}));
   std::vector<std::string> alone;
-  ASSERT_TRUE(RankedTargetIds(model, "TARGETSNOINPUTS", alone));
+  ASSERT_TRUE(RankedTargetIds(model, "TARGETSNOINPUTS", summaryFlow, alone));
   EXPECT_EQ(alone, (std::vector<std::string>{"2-1-1", "2-1-2"}));
-  EXPECT_FALSE(RankedTargetIds(Archive("empty.zip", {{"a", "b"}}), "ALLTARGETS", alone));
-  // Text that is no graph answers nothing.
-  std::vector<std::string> nothing;
-  JNITargetMap("not json").GetAllTargets(nothing);
-  EXPECT_TRUE(nothing.empty());
+  EXPECT_EQ(summaries, 0);
+  std::vector<std::string> best;
+  ASSERT_TRUE(RankedTargetIds(model, "BESTFIT", summaryFlow, best));
+  EXPECT_EQ(best, top);
+  EXPECT_EQ(summaries, 1);
+
+  // Without "StatXML.xml" nothing is selected and no summary runs; without the graph the
+  // graph's displays select nothing, while best fit needs no graph.
+  std::vector<std::string> none;
+  const std::string noStat = Archive("nostat.zip", {{"TCMGraph.json", graph}});
+  EXPECT_FALSE(RankedTargetIds(noStat, "ALLTARGETS", summaryFlow, none));
+  EXPECT_FALSE(RankedTargetIds(noStat, "BESTFIT", summaryFlow, none));
+  EXPECT_EQ(summaries, 1);
+  const std::string noGraph = Archive("nograph.zip", {{"StatXML.xml", statXml}});
+  EXPECT_FALSE(RankedTargetIds(noGraph, "TARGETSNOINPUTS", summaryFlow, none));
+  EXPECT_TRUE(none.empty());
+  ASSERT_TRUE(RankedTargetIds(noGraph, "BESTFIT", summaryFlow, none));
+  EXPECT_EQ(none, top);
+
+  // The choice by display over a graph text, with the summary's IDs given.
+  std::vector<std::string> chosen;
+  TargetIdsByDisplay("BESTFIT", graph, {"9-9-9"}, chosen);
+  TargetIdsByDisplay("TARGETSNOINPUTS", graph, {"9-9-9"}, chosen);
+  TargetIdsByDisplay("ALLTARGETS", "not json", {"9-9-9"}, chosen);
+  EXPECT_EQ(chosen, (std::vector<std::string>{"9-9-9", "2-1-1", "2-1-2"}));
 }
 
 TEST_F(ModelSystemFile, AggregationCheckAndTimeInfo) {
   TCMModelValidSpecs spec;
-  ASSimpleContainer json("JSON", Archive("tsdp.zip", {{"TSDPOutput.json",
-                                                       "{\"settings\":{\"aggreLevel\":0},"
+  ASSimpleContainer json(
+      "JSON", Archive("tsdp.zip", {{"TSDPOutput.json", "{\"settings\":{\"aggreLevel\":0},"
                                                        "\"output\":{\"timeFormat\":\"date\","
                                                        "\"timeVariable\":[19000,19001]}}"}}));
   spec.timeType = "NONE";
@@ -133,8 +170,15 @@ TEST_F(ModelSystemFile, AggregationCheckAndTimeInfo) {
   ASSimpleContainer aggregated(
       "JSON", Archive("agg.zip", {{"TSDPOutput.json", "{\"settings\":{\"aggreLevel\":2}}"}}));
   EXPECT_FALSE(AggregationChecked(spec, aggregated));
-  ASSimpleContainer absent("JSON", Archive("noagg.zip", {{"TSDPOutput.json", "{\"settings\":{}}"}}));
-  EXPECT_FALSE(AggregationChecked(spec, absent));
+  // Absent, no number, or no readable preparation: not checked.
+  for (const std::string text : {"{\"settings\":{}}", "{\"settings\":{\"aggreLevel\":\"0\"}}",
+                                 "{\"settings\":{\"aggreLevel\":null}}", "{\"aggreLevel\":0}",
+                                 "{\"settings\":{\"aggreLevel\":0}"}) {
+    ASSimpleContainer other("JSON", Archive("noagg.zip", {{"TSDPOutput.json", text}}));
+    EXPECT_FALSE(AggregationChecked(spec, other)) << text;
+  }
+  ASSimpleContainer missing("JSON", (dir_->path() / "missing.zip").string());
+  EXPECT_FALSE(AggregationChecked(spec, missing));
 
   std::string timeVariable;
   std::string timeFormat;
@@ -142,6 +186,15 @@ TEST_F(ModelSystemFile, AggregationCheckAndTimeInfo) {
                timeVariable, timeFormat);
   EXPECT_EQ(timeFormat, "date");
   EXPECT_EQ(timeVariable, "[19000,19001]");
+  ReadTimeInfo("{\"output\":{\"timeFormat\":\"CYCLIC_PERIOD\",\"timeVariable\":"
+               "{\"week\":[1,1],\"day\":[1,2]}}}",
+               timeVariable, timeFormat);
+  EXPECT_EQ(timeFormat, "CYCLIC_PERIOD");
+  EXPECT_EQ(timeVariable, "{\"week\":[1,1],\"day\":[1,2]}");
+  // Nothing is tested: a text without them gives empty texts.
+  ReadTimeInfo("not json", timeVariable, timeFormat);
+  EXPECT_EQ(timeFormat, "");
+  EXPECT_EQ(timeVariable, "");
 }
 
-}  // namespace
+} // namespace

@@ -1,11 +1,13 @@
 // Golden tests of the model flows' configurations for TCM MODEL commands read from their text:
-// tcmModelConfig with the expansion of field lists into series, summaryConf and scoreConf.
+// tcmModelConfig with the expansion of field lists into series, summaryConf and scoreConf; and
+// the scenario command's tcmScoreConf and arScoreConf.
 #include "tcm/stages/model_confs.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tcm/analysis/tcm_anly_spec.h"
 #include "tcm/model/tcm_model_parser.h"
 #include "tcm/tcm_test_util.h"
 
@@ -32,12 +34,12 @@ TCMModelValidSpecs Model(const std::string& text) {
 TEST(ModelConfs, ModelConfigExpandsFieldsOverFiltersOfTheRecordAndTheData) {
   // The first record filters no dimension: region takes the data filter's values, store "".
   // The second filters store itself and adds to the same group's lists.
-  TCMModelValidSpecs spec = Model(
-      "/DATAFILTER DIMVALUES=region(INCLUDE=North South) "
-      "/BUILDOPTIONS LAGS=3 MAXINPUTS=4 TOLERANCE=0.01 CILEVEL=90 "
-      "/FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price "
-      "/FIELDS TARGETS=cost FORCE=price DIMVALUES=store(INCLUDE=1 2) EXCLUDEDINPUTS=sales "
-      "/FIELDSGROUP /FIELDS TARGETS=price");
+  TCMModelValidSpecs spec =
+      Model("/DATAFILTER DIMVALUES=region(INCLUDE=North South) "
+            "/BUILDOPTIONS LAGS=3 MAXINPUTS=4 TOLERANCE=0.01 CILEVEL=90 "
+            "/FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price "
+            "/FIELDS TARGETS=cost FORCE=price DIMVALUES=store(INCLUDE=1 2) EXCLUDEDINPUTS=sales "
+            "/FIELDSGROUP /FIELDS TARGETS=price");
   EXPECT_EQ(TcmModelConfig(spec, spec.fieldsGroups),
             "{\"targetPredictorList\":["
             "{\"targetList\":[[\"North\",\"\",\"sales\"],[\"South\",\"\",\"sales\"],"
@@ -64,6 +66,23 @@ TEST(ModelConfs, ModelConfigExpandsFieldsOverFiltersOfTheRecordAndTheData) {
   EXPECT_EQ(TcmModelConfig(plain, {}), "");
 }
 
+TEST(ModelConfs, ExpansionWithoutDimensionsAndWithRepeatedValues) {
+  using Names = std::vector<QuorVarName>;
+  const Names dimensions{QuorVarName("region"), QuorVarName("store")};
+  EXPECT_EQ(ExpandSeriesArrays(Names{QuorVarName("sales"), QuorVarName("cost")}, {}, nullptr, {}),
+            (std::vector<SeriesArray>{{"sales"}, {"cost"}}));
+  // Two filters on one dimension give one list, each value once, and the record's filter hides
+  // the data filter on that dimension only; names match whatever their case.
+  DimFilterSet data;
+  data.filters = {{"Region", {"North"}, true}, {"store", {"5"}, true}};
+  const std::vector<DimValueFilter> own = {{"STORE", {"1", "2"}, true},
+                                           {"store", {"2", "3"}, true}};
+  EXPECT_EQ(ExpandSeriesArrays(Names{QuorVarName("sales")}, own, &data, dimensions),
+            (std::vector<SeriesArray>{
+                {"North", "1", "sales"}, {"North", "2", "sales"}, {"North", "3", "sales"}}));
+  EXPECT_TRUE(ExpandSeriesArrays({}, own, &data, dimensions).empty());
+}
+
 TEST(ModelConfs, SummaryTakesNForPercentToo) {
   EXPECT_EQ(SummaryConf(Model("/TARGETFILTER DISPLAY=BESTFIT(N=7 FITSTAT=rsquare) "
                               "/FIELDSGROUP /FIELDS TARGETS=sales")),
@@ -76,9 +95,9 @@ TEST(ModelConfs, SummaryTakesNForPercentToo) {
 TEST(ModelConfs, ScoreConfChoosesItsTargetsAndItsIntervals) {
   const std::vector<SeriesArray> ranked = {{"North", "1", "sales"}};
   // Best fit targets with LCL asked for: the ranked list, intervals on, no residuals.
-  TCMModelValidSpecs best = Model(
-      "/BUILDOPTIONS FORECASTPERIODS=6 /SAVE CL(LCLROOT=Lo UCLROOT=Hi) /FIELDSGROUP /FIELDS "
-      "TARGETS=sales");
+  TCMModelValidSpecs best =
+      Model("/BUILDOPTIONS FORECASTPERIODS=6 /SAVE CL(LCLROOT=Lo UCLROOT=Hi) /FIELDSGROUP /FIELDS "
+            "TARGETS=sales");
   ASSERT_TRUE(ScoreNeedsTargetList(best, false));
   EXPECT_EQ(ScoreConf(best, true, true, false, false, ranked),
             "{\"fieldSetting\":{\"fieldType\":\"INCLUDED_TARGET_LIST\",\"fieldNameList\":"
@@ -98,9 +117,10 @@ TEST(ModelConfs, ScoreConfChoosesItsTargetsAndItsIntervals) {
 
   // TARGETS(ALL) in SAVE scores all targets even under best fit; without CL no interval;
   // re-estimation writes its flag and no input-data flag.
-  TCMModelValidSpecs all = Model(
-      "/BUILDOPTIONS FORECASTPERIODS=2 /SAVE TARGETS(ALL) NRESIDUAL "
-      "/FIELDSGROUP /FIELDS TARGETS=sales");
+  TCMModelValidSpecs all =
+      Model("/TARGETFILTER DISPLAY=BESTFIT(N=3) /BUILDOPTIONS FORECASTPERIODS=2 "
+            "/SAVE TARGETS(ALL) NRESIDUAL /FIELDSGROUP /FIELDS TARGETS=sales");
+  ASSERT_EQ(all.targetFilter.display, "BESTFIT");
   EXPECT_FALSE(ScoreNeedsTargetList(all, false));
   EXPECT_EQ(ScoreConf(all, true, true, true, false, {}),
             "{\"fieldSetting\":{\"fieldType\":\"EXCLUDED_TARGET_LIST\",\"fieldNameList\":"
@@ -110,17 +130,66 @@ TEST(ModelConfs, ScoreConfChoosesItsTargetsAndItsIntervals) {
             "\"re-estimate\":true,\"confidenceLevel\":0.95,\"isDataEncoded\":true}");
 }
 
-TEST(ModelConfs, SeriesFilterKeysUseTheirOwnFiltersOnly) {
+TEST(ModelConfs, ScoreConfWithoutForecastPeriodsOrSelection) {
+  // No forecast periods: the forecast object is the flag alone, whatever SAVE asks; without
+  // fit there is no fit object.
   TCMModelValidSpecs spec = Model(
-      "/DATAFILTER DIMVALUES=region(INCLUDE=North) "
-      "/SERIESFILTER FIELDS=sales price DIMVALUES=store(INCLUDE=3) "
-      "/SERIESFILTER FIELDS=cost DIMVALUES=region(INCLUDE=East West) "
-      "/FIELDSGROUP /FIELDS TARGETS=sales price cost");
-  EXPECT_EQ(SeriesFilterKeyList(spec),
-            (std::vector<SeriesArray>{{"", "3", "price"},
-                                      {"", "3", "sales"},
-                                      {"East", "", "cost"},
-                                      {"West", "", "cost"}}));
+      "/TARGETFILTER DISPLAY=ALLTARGETS /SAVE CL PREDICTED /FIELDSGROUP /FIELDS TARGETS=sales");
+  ASSERT_EQ(spec.buildOptions.forecastPeriods, 0);
+  EXPECT_FALSE(ScoreNeedsTargetList(spec, false));
+  EXPECT_EQ(ScoreConf(spec, spec.buildOptions.forecastPeriods > 0, false, false, false, {}),
+            "{\"fieldSetting\":{\"fieldType\":\"EXCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[]}},\"forecast\":{\"doForecast\":false},"
+            "\"confidenceLevel\":0.95,\"isOutputInputData\":true,\"isDataEncoded\":true}");
+  // Targets without inputs is a selection too; TARGETS(FILTERED) is no "ALL".
+  TCMModelValidSpecs alone = Model(
+      "/TARGETFILTER DISPLAY=TARGETSNOINPUTS /BUILDOPTIONS CILEVEL=99 /SAVE TARGETS(FILTERED) "
+      "/FIELDSGROUP /FIELDS TARGETS=sales");
+  EXPECT_TRUE(ScoreNeedsTargetList(alone, false));
+  EXPECT_EQ(ScoreConf(alone, false, true, false, false, {{"", "", "sales"}}),
+            "{\"fieldSetting\":{\"fieldType\":\"INCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[[\"\",\"\",\"sales\"]]}},\"forecast\":{\"doForecast\":false},"
+            "\"fit\":{\"doFit\":true,\"fitInterval\":false,\"fitResidual\":false},"
+            "\"confidenceLevel\":0.99,\"isOutputInputData\":true,\"isDataEncoded\":true}");
 }
 
-}  // namespace
+TEST(ModelConfs, ScenarioScoreConfs) {
+  TCMAnlySpec spec;
+  spec.targetSeriesKeys = {{"East", "sales"}, {"West", "sales"}};
+  spec.arSeriesKeys = {{"West", "cost"}};
+  spec.buildOptions.forecastPeriods = 4;
+  spec.buildOptions.ciLevel = 90;
+  EXPECT_EQ(TcmScoreConf(spec, false),
+            "{\"fieldSetting\":{\"fieldType\":\"INCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[[\"East\",\"sales\"],[\"West\",\"sales\"]]}},"
+            "\"forecast\":{\"doForecast\":true,\"forecastSpan\":4},\"confidenceLevel\":0.9,"
+            "\"isOutputInputData\":true,\"isDataEncoded\":true,\"fit\":{\"doFit\":true}}");
+  // The output pass names no series; PREDICTEDCI asks for forecast intervals.
+  spec.buildOptions.predictedCI = true;
+  EXPECT_EQ(TcmScoreConf(spec, true),
+            "{\"fieldSetting\":{\"fieldType\":\"INCLUDED_TARGET_LIST\",\"fieldNameList\":"
+            "{\"seriesIDList\":[]}},\"forecast\":{\"doForecast\":true,\"forecastSpan\":4,"
+            "\"forecastInterval\":true},\"confidenceLevel\":0.9,\"isOutputInputData\":true,"
+            "\"isDataEncoded\":true,\"fit\":{\"doFit\":true}}");
+  EXPECT_EQ(ArScoreConf(spec),
+            "{\"fieldSetting\":{\"fieldNameList\":{\"seriesIDList\":[[\"West\",\"cost\"]]}},"
+            "\"forecast\":{\"forecastSpan\":4},\"outputOriginalValue\":true,"
+            "\"isDataEncoded\":true}");
+  // No forecast periods: the flag alone, and no interval even with PREDICTEDCI.
+  spec.buildOptions.forecastPeriods = 0;
+  EXPECT_NE(TcmScoreConf(spec, false).find("\"forecast\":{\"doForecast\":false},"),
+            std::string::npos);
+}
+
+TEST(ModelConfs, SeriesFilterKeysUseTheirOwnFiltersOnly) {
+  TCMModelValidSpecs spec = Model("/DATAFILTER DIMVALUES=region(INCLUDE=North) "
+                                  "/SERIESFILTER FIELDS=sales price DIMVALUES=store(INCLUDE=3) "
+                                  "/SERIESFILTER FIELDS=cost DIMVALUES=region(INCLUDE=East West) "
+                                  "/FIELDSGROUP /FIELDS TARGETS=sales price cost");
+  EXPECT_EQ(
+      SeriesFilterKeyList(spec),
+      (std::vector<SeriesArray>{
+          {"", "3", "price"}, {"", "3", "sales"}, {"East", "", "cost"}, {"West", "", "cost"}}));
+}
+
+} // namespace
