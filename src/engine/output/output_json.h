@@ -44,7 +44,7 @@ Node DataSet(const std::string& name, Node fields, Node rows);
 // A visualization of `kind` with its title and data sets.
 Node Visualization(const char* kind, const std::string& title, Node data_sets);
 
-// Java-style date and time patterns ("yyyy-MM-dd", "hh:mm:ss") as strftime formats.
+// Date and time patterns of pattern letters ("yyyy-MM-dd", "hh:mm:ss") as strftime formats.
 std::string StrftimeFormat(const std::string& pattern);
 
 }  // namespace engine::output

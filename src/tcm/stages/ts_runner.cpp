@@ -127,6 +127,7 @@ std::string TSRunner::ModelFlow() {
   const auto* modelSpec = dynamic_cast<const TCMModelValidSpecs*>(&spec);
   if (fieldsGroups == nullptr || modelSpec == nullptr) return {};
   const std::string config = TcmModelConfig(*modelSpec, *fieldsGroups);
+  if (config.empty()) return {};
   if (spec.modelSystemPath.empty()) {
     modelFile = std::make_unique<ASSimpleContainer>("TCMXML", "");
     spec.modelSystemPath = modelFile->getAbsolutePath();
@@ -182,12 +183,11 @@ void TSRunner::GetTopModels(std::vector<std::string>& ids) {
   const std::string script = SummaryFlowScript(SummaryConf(tsdp->spec), *model, summaryFile);
   traceASLFile(script, "TCM", "GET_TOPMODELS");
   bool result = false;
-  if (runner->prepareASLJob(script)) {
-    try {
-      result = runner->execute();
-    } catch (...) {
-      result = false;
-    }
+  try {
+    // A prepare that fails skips the run; its reason is among the engine's messages.
+    if (runner->prepareASLJob(script)) result = runner->execute();
+  } catch (...) {
+    result = false;
   }
   runner->displayAllMessages(true);
   runner->cleanExecution();

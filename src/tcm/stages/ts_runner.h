@@ -56,8 +56,8 @@ class TSRunner {
   const std::vector<SeriesKey>& RankedTargets();
   // The data model of the model system, built at the first request; null when unreadable.
   const CFMetaData* ModelMetadata();
-  // The series filter keys and ranked targets for scoreConf's target list; also the source of
-  // the output's single series.
+  // The series of the series filters, built once: scoreConf lists them after the ranked targets,
+  // and the output's single series are made from them.
   const std::vector<SeriesKey>& SeriesFilterKeys();
 
   // Compositions: the scoring flow with the flags forecast, fit, re-estimation and output

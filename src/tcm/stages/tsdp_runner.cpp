@@ -188,6 +188,7 @@ void TSDPRunner::ReadTimeRange() {
   BuildOptionsSpec& options = spec.buildOptions;
 
   if (format == "CYCLIC_PERIOD") {
+    // A time axis that is no object tells no range: the periods the user gave stay.
     if (variable == nullptr || !variable->is_object())
       return;
     // One value per cyclic field the stage kept, top level first, the period field last.

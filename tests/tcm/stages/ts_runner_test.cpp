@@ -53,6 +53,7 @@ class TsRunnerTest : public ::testing::Test {
     dir_.emplace(std::move(*dir));
     session_.document = &document_;
     session_.command.name = "TCM MODEL";
+    session_.trace_dir = dir_->path().string();
     dataset_ = Daily();
     session_.active_dataset = dataset_;
     scope_ = std::make_unique<host::SessionScope>(session_);
@@ -165,6 +166,40 @@ TEST_F(TsRunnerTest, ModelSequenceBuildsScoresAndSaves) {
   for (std::string line; std::getline(file, line);) ++rows;
   EXPECT_EQ(rows, 120 + 2 * 3);
   EXPECT_NE(ts_->OutputReaderBlock().find("val readerConf = "), std::string::npos);
+}
+
+// Without scoring: the data for saving run first (and may fail without stopping anything),
+// then the data for the output; best-fit targets come from the real summary job. Each flow is
+// traced under its own prefix and stage.
+TEST_F(TsRunnerTest, SequenceWithoutScoringAndTheBestFitTargets) {
+  const fs::path model = dir_->path() / "plain.zip";
+  Open("/TARGETFILTER DISPLAY=BESTFIT(N=1 FITSTAT=RSQUARE) /OUTFILE MODELSYSTEM='" +
+       model.string() + "' DATA='" + (dir_->path() / "plain.csv").string() +
+       "' /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price");
+  ASSERT_FALSE(spec_.needsScoring());
+  ASSERT_TRUE(ts_->NeedsSaving());
+  ASSERT_TRUE(tsdp_->ConvertTimeStrings());
+  ASSERT_TRUE(CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_.GetParserMessage(),
+                                nullptr));
+  ASSERT_TRUE(tsdp_->RunTSDP());
+  ASSERT_TRUE(ts_->Run());
+  EXPECT_FALSE(HasError());
+  for (const char* trace : {"TCMMODEL_MODELING.asl", "TCMMODEL_DATA_FOR_SAVE.asl",
+                            "TCMMODEL_DATA_FOR_OUTPUT.asl"}) {
+    EXPECT_TRUE(fs::exists(dir_->path() / trace)) << trace;
+  }
+  EXPECT_FALSE(fs::exists(dir_->path() / "TCMMODEL_SCORING.asl"));
+  // One of the two regions' models is the best by R squared; it decodes to its true values.
+  const std::vector<SeriesKey>& best = ts_->RankedTargets();
+  ASSERT_EQ(best.size(), 1u);
+  EXPECT_EQ(best[0].size(), 2u);
+  EXPECT_EQ(best[0][1], "sales");
+  EXPECT_TRUE(fs::exists(dir_->path() / "TCM_GET_TOPMODELS.asl"));
+  // The data for saving went to OUTFILE DATA: the cases, no forecasts.
+  std::ifstream saved(dir_->path() / "plain.csv");
+  int rows = -1;
+  for (std::string line; std::getline(saved, line);) ++rows;
+  EXPECT_EQ(rows, 120);
 }
 
 }  // namespace
