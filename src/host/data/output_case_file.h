@@ -83,7 +83,7 @@ class StoreVariable {
 
 // A dataset made apart from the active one. The dictionary is built first (MakeVariable,
 // CopyDictionary), then committed, then cases are added; at the end the dataset goes where the
-// file spec says.
+// output file description says.
 class IndependentDataStore {
  public:
   explicit IndependentDataStore(UserCaseFileSpec spec);
@@ -155,8 +155,8 @@ class IndependentDataStore {
   host::WriteFaults faults_;
 };
 
-// The output side of a case file spec: a store for a file, a named dataset or the working
-// file, and none for a spec that was never initialised (there is nowhere to save).
+// The output side of a UserCaseFileSpec: a store for a file, a named dataset or the working
+// file, and none for one that was never initialised (there is nowhere to save).
 class UserOutputCaseFile {
  public:
   explicit UserOutputCaseFile(const UserCaseFileSpec& spec);

@@ -22,7 +22,7 @@ class UniversalParser {
   UniversalParser& operator=(const UniversalParser&) = delete;
 
   // Parses. 0: success, the result is filled. Otherwise the first fault has been reported and the
-  // spec is left as it was. Never throws, whatever the tokens.
+  // result is left as it was. Never throws, whatever the tokens.
   int getCommandSpecifications();
 
   // Where the parser reports.

@@ -20,7 +20,7 @@ class RowDataIterator;
 }
 
 // Saves the rows that the finished job wrote into `outputData`, described by the data model file
-// `outputDataModel`, where the spec's `outData` says. With no destination and
+// `outputDataModel`, where the command's `outData` says. With no destination and
 // `aggregationChecked` (the data were not aggregated, so rows map to cases) the rows go into the
 // active dataset; `outData` then stays initialised with "*". False when the job left no such
 // stream or the rows could not be saved; true also when there is nowhere to save.

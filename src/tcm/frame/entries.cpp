@@ -41,7 +41,7 @@ FacSTDictionary* MakeDictionary(const std::string& title) {
   return dictionary;
 }
 
-// The frame of TCM APPLY and TCM ANALYSIS, which differ only in spec, parser and notes.
+// The frame of TCM APPLY and TCM ANALYSIS, which differ only in settings, parser and notes.
 template <typename Spec, typename Parser>
 void RunSavedModelCommand(const char* command, const char* title) {
   RvProcedure procedure(title, 10);

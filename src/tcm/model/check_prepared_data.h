@@ -16,7 +16,7 @@ class ProcedureDataSource;
 class TSDPRunner;
 struct QUORMBConverter;
 
-// Runs the descriptive pass over the converted data and settles the spec against it; ends with
+// Runs the descriptive pass over the converted data and settles the command's settings against it; ends with
 // the settings display under DEBUG_. False once a failure was reported.
 bool CheckPreparedData(TCMModelValidSpecs& spec, ASRunner& runner, TSDPRunner& tsdpRunner,
                        const ProcedureDataSource& dataSource, ParserMessage& messages,

@@ -77,7 +77,7 @@ class OutputPlan {
   void ShowRootCauseMessage(RvProcedure* procedure, const ProcedureDataSource* dataSource,
                             FacSTDictionary& dictionary, const SeriesKey& series) const;
 
-  // One variable per dimension of the spec, by name in the active dataset; all or none.
+  // One variable per dimension of the command, by name in the active dataset; all or none.
   void ResolveDimensionVariables(const ProcedureDataSource& dataSource);
 
   // The display text of a series key: the pieces behind the dimensions, then "name:value" of

@@ -9,7 +9,7 @@
 #include "tcm/analysis/tcm_anly_spec.h"
 #include "tcm/model/tcm_model_spec.h"
 
-// A series array: one value per dimension (in the spec's order; "" for all values of that
+// A series array: one value per dimension (in the command's order; "" for all values of that
 // dimension), then the field name.
 using SeriesArray = std::vector<std::string>;
 

@@ -16,7 +16,7 @@ class CommandContext;
 class ProcedureDataSource;
 class TSDPRunner;
 
-// A series: the dimension values in the order of the spec's dimensions, then the metric name.
+// A series: the dimension values in the order of the command's dimensions, then the metric name.
 using SeriesKey = std::vector<std::string>;
 
 // A series in which outlier detection found outliers, and the archive of its root cause flow.

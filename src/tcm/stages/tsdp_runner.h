@@ -39,21 +39,21 @@ class TSDPRunner {
 
   // The preparation flow: the converted pair through the preparation stage into the prepared
   // pair, jsonFile and, when asked, qualityFile. For TCM MODEL a successful job's time range
-  // is read back into the spec (ReadTimeRange). The answer is whether the prepared data file is
+  // is read back into the settings (ReadTimeRange). The answer is whether the prepared data file is
   // there: the engine reports its own failures, and a job that left the file counts as done.
   bool RunTSDP();
   // tsdpConf of the command kind, composed into the runner's configuration; gives its text.
-  // TCM MODEL composes afresh from the spec (and may shorten a date specification in it), TCM
+  // TCM MODEL composes afresh from the settings (and may shorten a date specification in it), TCM
   // APPLY changes the saved settings' selection, TCM ANALYSIS keeps them as they are.
   std::string ComposeTsdpConf();
   // The archives of tsdpOutConf: jsonFile, then qualityFile unless the command is TCM ANALYSIS
-  // or the spec asks for no transformations.
+  // or the settings ask for no transformations.
   std::vector<const ASSimpleContainer*> TsdpOutputs() const;
   // Reads the time range that the preparation reported in jsonFile into the estimation period
-  // of the spec: startTime and endTime in seconds, or for cyclic data startPeriods and
+  // of the settings: startTime and endTime in seconds, or for cyclic data startPeriods and
   // endPeriods (the first and last value of each cyclic field the stage kept, the period field
-  // last). An unreadable archive, or a time axis without points, leaves the spec as it was and
-  // says nothing.
+  // last). An unreadable archive, or a time axis without points, leaves the settings as they
+  // were and says nothing.
   void ReadTimeRange();
 
   // The time points of a time specification on the axis of the model system at `modelPath`,

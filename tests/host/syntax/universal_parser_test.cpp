@@ -58,7 +58,7 @@ TEST(UniversalParser, CommandShape) {
   // The first subcommand may stand without its slash; commas and case mean nothing.
   ExpectAccepted("datasettings timetype=none, maxmissing=5");
   ExpectAccepted("/DEBUG_ /DATASETTINGS TIMETYPE=NONE");
-  // Empty command: NoSubCom when something is required, an empty spec otherwise.
+  // Empty command: NoSubCom when something is required, empty settings otherwise.
   ExpectFault(ParseWith(syntax_test::ModelTree(), "TCM MODEL"), "NoSubCom", {}, "empty MODEL");
   CommandDescriptor optional("TCM X", "X");
   SubComDescriptor only("ONLY", UPSpecTypes::SubComSpec{1}, false, false);

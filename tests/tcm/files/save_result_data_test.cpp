@@ -324,7 +324,7 @@ TEST_F(SaveResultDataTest, MergedIntoTheActiveDatasetCaseByCase) {
   EXPECT_EQ(active_->VariableCount(), 3);
 
   // A second run into the same data keeps the first results and names the new ones apart.
-  // (A new command: the spec of the first one kept "*" as its destination.)
+  // (A new command: the settings of the first one kept "*" as its destination.)
   active_ = session_.active_dataset;
   spec_ = TCMModelValidSpecs();
   ASSERT_TRUE(Save(ScoredModel(), {{"E", "1", "1", "5", "4", "6", "0", "0"}}, true));

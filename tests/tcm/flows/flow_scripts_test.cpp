@@ -1,4 +1,4 @@
-// Golden tests of the flow scripts: every flow composed from a spec and job files made here,
+// Golden tests of the flow scripts: every flow composed from settings and job files made here,
 // compared byte for byte with its required text.
 #include "tcm/flows/flow_scripts.h"
 

@@ -263,7 +263,7 @@ TEST(TsdpConf, DateSpecificationsShortenQuartersOfMonths) {
                 "\"valuesSelStrategy\":\"NONE\",\"exportQuality\":true,"
                 "\"cyclicFieldList\":[\"YEAR_\",\"MONTH_\"],\"cycPeriodList\":[12],"
                 "\"cycOffsetList\":[1]}");
-  // The spec keeps the shortened list for the rest of the run.
+  // The settings keep the shortened list for the rest of the run.
   ASSERT_EQ(ymq.spec.timeVars.cycleVars.size(), 1u);
   EXPECT_EQ(ymq.spec.timeVars.cycleVars[0].name, "YEAR_");
   EXPECT_EQ(ymq.spec.timeVars.cycleVars[0].level, 1);

@@ -394,7 +394,7 @@ TEST_F(TsdpRunnerTest, ReadBackOfEachTimeFormat) {
   tsdp.ReadTimeRange();
   EXPECT_EQ(options.startTime, 1420070400);
 
-  // Cyclic data: the first and last value of each cyclic field, in the spec's order whatever
+  // Cyclic data: the first and last value of each cyclic field, in the command's order whatever
   // the archive's, the period field last; what was there before is gone.
   r.spec.timeVars.cycleVars = {{2, 52, 1, "year"}, {1, 7, 1, "week"}};
   r.spec.timeVars.periodVar = "period";
