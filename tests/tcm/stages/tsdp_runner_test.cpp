@@ -108,6 +108,10 @@ std::string ReadFile(const fs::path& path) {
   return text.str();
 }
 
+const std::string kDailySettings =
+    "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day INPUTINTERVAL=DAY "
+    "/FIELDSGROUP /FIELDS TARGETS=sales ";
+
 class TsdpRunnerTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -119,6 +123,14 @@ class TsdpRunnerTest : public ::testing::Test {
     session_.trace_dir = traces_->path().string();
     scope_ = std::make_unique<host::SessionScope>(session_);
     CFAppHost::getInstance().setLocale("en_US");
+  }
+
+  // The daily dataset read with kDailySettings, and the frame of a run over it.
+  Result OpenDaily() {
+    const auto dataset = Daily();
+    Result r = Model(kDailySettings, dataset);
+    Open(dataset, r.used);
+    return r;
   }
 
   // The frame of a run over `dataset`, limited to the variables `used`.
@@ -183,15 +195,9 @@ class TsdpRunnerTest : public ::testing::Test {
   std::unique_ptr<ASRunner> runner_;
 };
 
-const std::string kDailySettings =
-    "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day INPUTINTERVAL=DAY "
-    "/FIELDSGROUP /FIELDS TARGETS=sales ";
-
 TEST_F(TsdpRunnerTest, DateTimeDataPassTheConversionUnchanged) {
-  const auto dataset = Daily();
-  Result r = Model(kDailySettings, dataset);
+  Result r = OpenDaily();
   ASSERT_TRUE(r.ok) << r.Describe();
-  Open(dataset, r.used);
   TSDPRunner tsdp(r.spec, *runner_, *iterator_, nullptr);
   ASSERT_TRUE(tsdp.ConvertTimeStrings()) << Describe();
   EXPECT_EQ(ReadFile(Trace("TCM_TimeStrConversion.asl")).find("toTS"), std::string::npos);
@@ -234,10 +240,8 @@ TEST_F(TsdpRunnerTest, IsoTimeStringsBecomeTimestamps) {
 }
 
 TEST_F(TsdpRunnerTest, CancelledOrFailedConversions) {
-  const auto dataset = Daily();
-  Result r = Model(kDailySettings, dataset);
+  Result r = OpenDaily();
   ASSERT_TRUE(r.ok) << r.Describe();
-  Open(dataset, r.used);
   {
     // A stop raised by the user: false, and the engine's complaint about it is not shown.
     TSDPRunner tsdp(r.spec, *runner_, *iterator_, nullptr);
@@ -281,10 +285,8 @@ TEST_F(TsdpRunnerTest, CancelledOrFailedConversions) {
 }
 
 TEST_F(TsdpRunnerTest, DestructionRemovesTheSixJobFiles) {
-  const auto dataset = Daily();
-  Result r = Model(kDailySettings, dataset);
+  Result r = OpenDaily();
   ASSERT_TRUE(r.ok) << r.Describe();
-  Open(dataset, r.used);
   std::vector<std::string> paths;
   {
     TSDPRunner tsdp(r.spec, *runner_, *iterator_, nullptr);
@@ -351,10 +353,8 @@ TEST_F(TsdpRunnerTest, PreparationReadsBackTheRangeOfTheData) {
 }
 
 TEST_F(TsdpRunnerTest, ReadBackOfEachTimeFormat) {
-  const auto dataset = Daily();
-  Result r = Model(kDailySettings, dataset);
+  Result r = OpenDaily();
   ASSERT_TRUE(r.ok) << r.Describe();
-  Open(dataset, r.used);
   TSDPRunner tsdp(r.spec, *runner_, *iterator_, nullptr);
   BuildOptionsSpec& options = r.spec.buildOptions;
   const auto archive = [&](const std::string& output) {
@@ -497,10 +497,8 @@ TEST_F(TsdpRunnerTest, SavedSettingsOfApplyAndAnalysis) {
 }
 
 TEST_F(TsdpRunnerTest, ApplyPreparesWithTheSavedSettingsAndReadsNothingBack) {
-  const auto dataset = Daily();
-  Result r = Model(kDailySettings, dataset);
+  Result r = OpenDaily();
   ASSERT_TRUE(r.ok) << r.Describe();
-  Open(dataset, r.used);
   std::string settings;
   {
     TSDPRunner tsdp(r.spec, *runner_, *iterator_, nullptr);
@@ -530,10 +528,8 @@ TEST_F(TsdpRunnerTest, ApplyPreparesWithTheSavedSettingsAndReadsNothingBack) {
 }
 
 TEST_F(TsdpRunnerTest, TimePointsOfADateTimeModel) {
-  const auto dataset = Daily();
-  Result r = Model(kDailySettings, dataset);
+  Result r = OpenDaily();
   ASSERT_TRUE(r.ok) << r.Describe();
-  Open(dataset, r.used);
   TSDPRunner tsdp(r.spec, *runner_, *iterator_, nullptr);
   ASSERT_TRUE(tsdp.ConvertTimeStrings() && tsdp.RunTSDP()) << Describe();
   const std::string model = tsdp.jsonFile->getAbsolutePath();
