@@ -2,19 +2,26 @@
 // command processor, and writes the report.
 #include <CLI/CLI.hpp>
 
-#include <fstream>
+#include <filesystem>
 #include <iostream>
 #include <sstream>
 
 #include "apps/tcm/report_files.h"
 #include "host/data/dataset_io.h"
 #include "host/data/describe.h"
+#include "host/bridge/as_simple_container.h"
+#include "host/data/dictionary.h"
 #include "host/frame/command_processor.h"
 #include "host/messages/parser_message.h"
 #include "host/session.h"
+#include "support/file_io.h"
+#include "support/interrupt.h"
+#include "support/run_files.h"
 #include "tcm/frame/entries.h"
 
 namespace {
+
+using support::Status;
 
 constexpr int kExitOk = 0;
 constexpr int kExitCommandError = 1;
@@ -31,6 +38,11 @@ struct Options {
   bool text = false;
 };
 
+bool Refuse(const Status& status) {
+  std::cerr << "Error: " << status.message() << ". Nothing was run.\n";
+  return false;
+}
+
 // Reads the syntax file, or standard input for "-". False with a message when it cannot.
 bool ReadSyntax(const std::string& path, std::string& text) {
   if (path == "-") {
@@ -39,14 +51,12 @@ bool ReadSyntax(const std::string& path, std::string& text) {
     text = buffer.str();
     return true;
   }
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    std::cerr << "Error: cannot read the syntax file " << path << '\n';
+  auto content = support::ReadFileToString(path);
+  if (!content.ok()) {
+    std::cerr << "Error: cannot read the syntax file: " << content.message() << '\n';
     return false;
   }
-  std::ostringstream buffer;
-  buffer << file.rdbuf();
-  text = buffer.str();
+  text = std::move(content).value();
   return true;
 }
 
@@ -61,7 +71,54 @@ bool LoadData(const Options& options, host::Session& session) {
   return true;
 }
 
+// Tells the run what it reads and what it writes before anything runs: an output that is one of
+// the inputs, or that cannot be written, stops the run here. False with a message.
+bool DeclareFiles(const Options& options, support::RunFiles& run) {
+  std::vector<std::pair<std::string, std::string>> inputs;
+  if (options.syntax != "-") inputs.emplace_back(options.syntax, "the syntax file");
+  if (!options.data.empty()) {
+    inputs.emplace_back(options.data, "the data file");
+    const std::string dictionary =
+        options.dictionary.empty() ? host::DictionaryPathFor(options.data) : options.dictionary;
+    std::error_code ec;
+    if (std::filesystem::exists(dictionary, ec)) inputs.emplace_back(dictionary, "the dictionary");
+  }
+  std::vector<std::pair<std::string, std::string>> outputs{
+      {options.html_out, "the HTML report (--out)"},
+      {options.json_out, "the JSON report (--json)"},
+      {options.save_data, "the saved data (--save-data)"}};
+  if (!options.save_data.empty() &&
+      support::KindOfOutput(options.save_data) == support::OutputKind::kFile) {
+    outputs.emplace_back(host::DictionaryPathFor(options.save_data),
+                         "the saved data's dictionary (--save-data)");
+  }
+  for (const auto& [path, role] : inputs) {
+    if (Status added = run.AddInput(path, role); !added) return Refuse(added);
+  }
+  for (const auto& [path, role] : outputs) {
+    if (path.empty()) continue;
+    if (Status added = run.AddOutput(path, role); !added) return Refuse(added);
+  }
+  return true;
+}
+
+// The exit status of a run that an interrupt stopped, as a shell reports a signal's.
+int Interrupted() {
+  std::cerr << "Stopped: the run was interrupted. The files it would have written were not "
+               "written; the files you had are as they were.\n";
+  return 128 + support::InterruptSignal();
+}
+
 int RunCommands(const Options& options, bool check_only) {
+  support::InstallInterruptHandlers();
+  auto begun = support::RunFiles::Begin();
+  if (!begun.ok()) {
+    std::cerr << "Error: " << begun.message() << '\n';
+    return kExitCommandError;
+  }
+  support::RunFiles& run = **begun;
+  if (!DeclareFiles(options, run)) return kExitCommandError;
+
   std::string syntax;
   if (!ReadSyntax(options.syntax, syntax)) return kExitCommandError;
 
@@ -79,15 +136,30 @@ int RunCommands(const Options& options, bool check_only) {
     const std::string file_name = options.syntax == "-" ? "<stdin>" : options.syntax;
     for (const auto& outcome : processor.RunSyntax(syntax, file_name)) ok = ok && !outcome.had_error;
   }
+  if (support::InterruptRequested()) return Interrupted();
   if (ok && !options.save_data.empty() && session.active_dataset != nullptr) {
     host::SessionScope scope(session);
     ParserMessage messages;
     ok = host::SaveDataset(*session.active_dataset, options.save_data, messages);
   }
 
-  const bool wrote = tcm_app::WriteReports(document, options.html_out, options.json_out,
-                                           options.text || (!check_only && options.html_out.empty() &&
-                                                            options.json_out.empty()));
+  for (const auto& kept : run.Finished(kKeptFileRole)) {
+    document.kept_model_systems.push_back(kept.string());
+  }
+  bool wrote = tcm_app::WriteReports(document, options.html_out, options.json_out,
+                                     options.text || (!check_only && options.html_out.empty() &&
+                                                      options.json_out.empty()));
+  if (support::InterruptRequested()) return Interrupted();
+  // Everything the run wrote replaces the old files now, together.
+  if (Status committed = run.Commit(); !committed) {
+    std::cerr << "Error: " << committed.message() << '\n';
+    wrote = false;
+  }
+  // The report names it in a note, but a run without a report would lose it in the folder.
+  for (const std::string& kept : document.kept_model_systems) {
+    std::cerr << "Model system kept at " << kept
+              << " (OUTFILE MODELSYSTEM names a file of your choice)\n";
+  }
   return ok && wrote ? kExitOk : kExitCommandError;
 }
 
@@ -135,7 +207,15 @@ int main(int argc, char** argv) {
     return code == 0 ? kExitOk : kExitUsage;
   }
 
-  if (*run) return RunCommands(options, false);
-  if (*check) return RunCommands(options, true);
-  return Describe(options);
+  // Caught here so that the run unwinds: its temporary files and unfinished outputs go with it.
+  try {
+    if (*run) return RunCommands(options, false);
+    if (*check) return RunCommands(options, true);
+    return Describe(options);
+  } catch (const std::bad_alloc&) {
+    std::cerr << "Error: not enough memory; nothing was written.\n";
+  } catch (const std::exception& error) {
+    std::cerr << "Error: " << error.what() << "; nothing was written.\n";
+  }
+  return kExitCommandError;
 }

@@ -37,6 +37,7 @@ struct Session {
   std::string trace_dir;     // where flow scripts and JSON are traced; empty: off
   std::ostream* err = nullptr;  // where messages are echoed ("Error: TCM MODEL: ..."); may be null
   bool check_only = false;       // `tcm check`: commands parse and validate, and run nothing
+  bool command_stopped = false;  // the running command's entry stopped before its end
   int error_count = 0;           // errors posted so far
   std::vector<MessageRecord> pending_errors;  // errors held back until the command's end
 

@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <exception>
-#include <fstream>
-#include <random>
-#include <sstream>
+#include <iostream>
 #include <system_error>
+
+#include "support/run_files.h"
+#include "support/temp_file.h"
 
 namespace support {
 namespace fs = std::filesystem;
@@ -23,70 +25,6 @@ std::string Quoted(const fs::path& path) { return "'" + path.string() + "'"; }
 Error SystemError(std::string what, int error_number) {
   return Error{std::move(what) + ": " + std::strerror(error_number)};
 }
-
-// Owns a temporary sibling of the target until it is committed by rename.
-class TempSibling {
- public:
-  TempSibling() = default;
-  TempSibling(const TempSibling&) = delete;
-  TempSibling& operator=(const TempSibling&) = delete;
-  ~TempSibling() {
-    if (fd_ >= 0) ::close(fd_);
-    if (!path_.empty()) ::unlink(path_.c_str());
-  }
-
-  // Creates "<folder>/.<name>.tmp<random>" exclusively, so no other writer shares it. The mode
-  // 0666 lets the process umask decide the permissions, as for any new file.
-  Status Create(const fs::path& target) {
-    fs::path folder = target.parent_path();
-    if (folder.empty()) folder = ".";
-    std::random_device seed;
-    std::mt19937_64 generator(seed());
-    for (int attempt = 0; attempt < 100; ++attempt) {
-      std::ostringstream name;
-      name << '.' << target.filename().string() << ".tmp" << std::hex << (generator() & 0xFFFFFFu);
-      fs::path candidate = folder / name.str();
-      int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-      if (fd >= 0) {
-        fd_ = fd;
-        path_ = candidate;
-        return {};
-      }
-      int error_number = errno;
-      if (error_number != EEXIST) {
-        return SystemError("cannot create a file in folder " + Quoted(folder), error_number);
-      }
-    }
-    return Error{"cannot create a temporary file in folder " + Quoted(folder)};
-  }
-
-  int fd() const { return fd_; }
-  const fs::path& path() const { return path_; }
-
-  Status CloseFd() {
-    int fd = fd_;
-    fd_ = -1;
-    if (fd >= 0 && ::close(fd) != 0) {
-      int error_number = errno;
-      return SystemError("cannot write " + Quoted(path_), error_number);
-    }
-    return {};
-  }
-
-  // Renames over the target; from then on the file is the target's and is not removed here.
-  Status Commit(const fs::path& target) {
-    if (::rename(path_.c_str(), target.c_str()) != 0) {
-      int error_number = errno;
-      return SystemError("cannot replace " + Quoted(target), error_number);
-    }
-    path_.clear();
-    return {};
-  }
-
- private:
-  int fd_ = -1;
-  fs::path path_;
-};
 
 // The file actually written: a symbolic link is followed so the link itself survives.
 fs::path ResolveTarget(const fs::path& target) {
@@ -112,6 +50,20 @@ Status CheckTarget(const fs::path& target) {
   return {};
 }
 
+// Creates "<folder>/.<name>.tmp<random>" exclusively beside `target`, so that the final rename
+// stays within one file system. The mode 0666 lets the umask decide, as for any new file.
+Result<fs::path> CreateSibling(const fs::path& target, int& fd) {
+  fs::path folder = target.parent_path();
+  if (folder.empty()) folder = ".";
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    fs::path candidate = folder / ("." + target.filename().string() + ".tmp" + RandomSuffix());
+    fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0) return candidate;
+    if (errno != EEXIST) return SystemError("cannot create a file in folder " + Quoted(folder), errno);
+  }
+  return Error{"cannot create a temporary file in folder " + Quoted(folder)};
+}
+
 // Gives the new file the permissions of the one it replaces.
 void KeepPermissions(const fs::path& target, int fd) {
   struct stat old_stat {};
@@ -120,7 +72,7 @@ void KeepPermissions(const fs::path& target, int fd) {
   }
 }
 
-// Makes the rename itself durable; a failure here loses nothing, so it is not reported.
+// Makes a rename durable; a failure here loses nothing, so it is not reported.
 void SyncFolder(const fs::path& target) {
   fs::path folder = target.parent_path();
   if (folder.empty()) folder = ".";
@@ -131,22 +83,17 @@ void SyncFolder(const fs::path& target) {
   }
 }
 
-Status WriteAll(int fd, std::string_view bytes, const fs::path& path) {
-  while (!bytes.empty()) {
-    ssize_t written = ::write(fd, bytes.data(), bytes.size());
-    if (written < 0) {
-      int error_number = errno;
-      if (error_number == EINTR) continue;
-      return SystemError("cannot write " + Quoted(path), error_number);
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return {};
+// Where a file output goes: the run's twin of `resolved` (empty when no run stages it).
+Result<fs::path> TwinOf(const fs::path& resolved) {
+  RunFiles* run = RunFiles::Current();
+  if (run == nullptr) return fs::path();
+  return run->TwinForWriting(resolved);
 }
 
 }  // namespace
 
-Result<std::string> ReadFileToString(const fs::path& path) {
+Result<std::string> ReadFileToString(const fs::path& requested) {
+  const fs::path path = ReadPath(requested);
   std::error_code ec;
   if (fs::is_directory(path, ec)) return Error{Quoted(path) + " is a folder, not a file"};
   int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -176,51 +123,169 @@ Result<std::string> ReadFileToString(const fs::path& path) {
   return content;
 }
 
-Status WriteFileAtomically(const fs::path& target, std::string_view bytes) {
-  fs::path resolved = ResolveTarget(target);
-  if (Status status = CheckTarget(resolved); !status) return status;
-  TempSibling temp;
-  if (Status status = temp.Create(resolved); !status) return status;
-  KeepPermissions(resolved, temp.fd());
-  if (Status status = WriteAll(temp.fd(), bytes, resolved); !status) return status;
-  if (::fsync(temp.fd()) != 0) {
-    int error_number = errno;
-    return SystemError("cannot write " + Quoted(resolved), error_number);
+AtomicWriter::AtomicWriter(fs::path target, WriteFaults faults)
+    : target_(std::move(target)), faults_(faults) {}
+
+AtomicWriter::~AtomicWriter() {
+  if (fd_ >= 0 && own_fd_) ::close(fd_);
+  if (committed_) return;
+  if (!temp_.empty()) ::unlink(temp_.c_str());
+  if (!twin_.empty() && RunFiles::Current() != nullptr) RunFiles::Current()->MarkWritten(twin_, false);
+}
+
+Status AtomicWriter::Fail(Error error) {
+  if (failure_.ok()) failure_ = Status(std::move(error));
+  return failure_;
+}
+
+Status AtomicWriter::Open() {
+  if (!failure_.ok()) return failure_;
+  switch (KindOfOutput(target_)) {
+    case OutputKind::kStdout:
+      std::cout.flush();
+      std::fflush(stdout);
+      fd_ = STDOUT_FILENO;
+      own_fd_ = false;
+      return {};
+    case OutputKind::kDevice:
+      fd_ = ::open(target_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+      if (fd_ < 0) return Fail(SystemError("cannot write " + Quoted(target_), errno));
+      return {};
+    case OutputKind::kFile:
+      break;
   }
-  if (Status status = temp.CloseFd(); !status) return status;
-  if (Status status = temp.Commit(resolved); !status) return status;
-  SyncFolder(resolved);
+  target_ = ResolveTarget(target_);
+  if (Status checked = CheckTarget(target_); !checked) return Fail(checked.error());
+  Result<fs::path> twin = TwinOf(target_);
+  if (!twin.ok()) return Fail(twin.error());
+  if (!twin->empty()) {
+    twin_ = *twin;
+    RunFiles::Current()->MarkWritten(twin_, false);
+    fd_ = ::open(twin_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd_ < 0) return Fail(SystemError("cannot write " + Quoted(target_), errno));
+    return {};
+  }
+  Result<fs::path> temp = CreateSibling(target_, fd_);
+  if (!temp.ok()) return Fail(temp.error());
+  temp_ = *temp;
+  KeepPermissions(target_, fd_);
   return {};
+}
+
+Status AtomicWriter::Write(std::string_view bytes) {
+  if (!failure_.ok()) return failure_;
+  if (fd_ < 0) return Fail(Error{"cannot write " + Quoted(target_) + ": it is not open"});
+  if (faults_.fail_after_bytes >= 0 &&
+      written_ + static_cast<std::int64_t>(bytes.size()) > faults_.fail_after_bytes) {
+    return Fail(SystemError("cannot write " + Quoted(target_), ENOSPC));
+  }
+  while (!bytes.empty()) {
+    ssize_t count = ::write(fd_, bytes.data(), bytes.size());
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      return Fail(SystemError("cannot write " + Quoted(target_), errno));
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+    written_ += count;
+  }
+  return {};
+}
+
+Status AtomicWriter::Commit() {
+  if (!failure_.ok()) return failure_;
+  if (fd_ < 0) return Fail(Error{"cannot write " + Quoted(target_) + ": it is not open"});
+  if (!own_fd_ || (temp_.empty() && twin_.empty())) {  // standard output or a device
+    if (own_fd_ && ::close(fd_) != 0) {
+      fd_ = -1;
+      return Fail(SystemError("cannot write " + Quoted(target_), errno));
+    }
+    fd_ = -1;
+    committed_ = true;
+    return {};
+  }
+  if (::fsync(fd_) != 0) return Fail(SystemError("cannot write " + Quoted(target_), errno));
+  const int closed = ::close(fd_);
+  fd_ = -1;
+  if (closed != 0) return Fail(SystemError("cannot write " + Quoted(target_), errno));
+  if (faults_.fail_rename) return Fail(SystemError("cannot replace " + Quoted(target_), EIO));
+  if (!twin_.empty()) {
+    RunFiles::Current()->MarkWritten(twin_, true);
+  } else {
+    if (::rename(temp_.c_str(), target_.c_str()) != 0) {
+      return Fail(SystemError("cannot replace " + Quoted(target_), errno));
+    }
+    SyncFolder(target_);
+  }
+  committed_ = true;
+  return {};
+}
+
+Status WriteFileAtomically(const fs::path& target, std::string_view bytes) {
+  AtomicWriter writer(target);
+  if (Status status = writer.Open(); !status) return status;
+  if (Status status = writer.Write(bytes); !status) return status;
+  return writer.Commit();
 }
 
 Status WriteFileAtomically(const fs::path& target,
                            const std::function<Status(const fs::path&)>& produce) {
-  fs::path resolved = ResolveTarget(target);
-  if (Status status = CheckTarget(resolved); !status) return status;
-  TempSibling temp;
-  if (Status status = temp.Create(resolved); !status) return status;
-  if (Status status = temp.CloseFd(); !status) return status;
-  Status produced;
-  try {
-    produced = produce(temp.path());
-  } catch (const std::exception& e) {
-    produced = Error{std::string("cannot write ") + Quoted(target) + ": " + e.what()};
+  const auto run_producer = [&](const fs::path& path) -> Status {
+    try {
+      return produce(path);
+    } catch (const std::exception& e) {
+      return Error{std::string("cannot write ") + Quoted(target) + ": " + e.what()};
+    }
+  };
+  // A device or standard output gets the produced bytes copied in.
+  if (KindOfOutput(target) != OutputKind::kFile) {
+    auto temp = TempFile::Create();
+    if (!temp.ok()) return temp.status();
+    if (Status produced = run_producer(temp->path()); !produced) return produced;
+    Result<std::string> bytes = ReadFileToString(temp->path());
+    if (!bytes.ok()) return bytes.status();
+    return WriteFileAtomically(target, *bytes);
   }
-  if (!produced) return produced;
+  const fs::path resolved = ResolveTarget(target);
+  if (Status checked = CheckTarget(resolved); !checked) return checked;
+  Result<fs::path> twin = TwinOf(resolved);
+  if (!twin.ok()) return twin.status();
+  // The producer may have replaced the file it was given: the permissions are set afterwards.
+  const auto finish = [&](const fs::path& path) -> Status {
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return SystemError("cannot write " + Quoted(target), errno);
+    KeepPermissions(resolved, fd);
+    const int result = ::fsync(fd);
+    const int error_number = errno;
+    ::close(fd);
+    if (result != 0) return SystemError("cannot write " + Quoted(target), error_number);
+    return {};
+  };
 
-  // The producer may have replaced the file; flush whatever is now there, and keep the old
-  // file's permissions on it.
-  int fd = ::open(temp.path().c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    int error_number = errno;
-    return SystemError("cannot write " + Quoted(target), error_number);
+  // The run's twin is a file of its own until the run ends, so it is produced directly.
+  if (!twin->empty()) {
+    RunFiles* run = RunFiles::Current();
+    run->MarkWritten(*twin, false);
+    if (Status produced = run_producer(*twin); !produced) return produced;
+    if (Status finished = finish(*twin); !finished) return finished;
+    run->MarkWritten(*twin, true);
+    return {};
   }
-  KeepPermissions(resolved, fd);
-  int sync_result = ::fsync(fd);
-  int sync_errno = errno;
+  int fd = -1;
+  Result<fs::path> temp = CreateSibling(resolved, fd);
+  if (!temp.ok()) return temp.status();
   ::close(fd);
-  if (sync_result != 0) return SystemError("cannot write " + Quoted(target), sync_errno);
-  if (Status status = temp.Commit(resolved); !status) return status;
+  struct Remover {
+    fs::path path;
+    ~Remover() {
+      if (!path.empty()) ::unlink(path.c_str());
+    }
+  } remover{*temp};
+  if (Status produced = run_producer(*temp); !produced) return produced;
+  if (Status finished = finish(*temp); !finished) return finished;
+  if (::rename(temp->c_str(), resolved.c_str()) != 0) {
+    return SystemError("cannot replace " + Quoted(target), errno);
+  }
+  remover.path.clear();
   SyncFolder(resolved);
   return {};
 }

@@ -12,14 +12,12 @@
 #include <string>
 #include <system_error>
 
+#include "support/run_files.h"
+
 namespace support {
 namespace fs = std::filesystem;
 
-namespace {
-
-// Twelve hex digits from a per-thread generator; creation with O_EXCL / mkdir makes the name
-// unique, the randomness only keeps collisions rare.
-std::string RandomPart() {
+std::string RandomSuffix() {
   thread_local std::mt19937_64 generator{std::random_device{}()};
   static constexpr char kHex[] = "0123456789abcdef";
   std::uint64_t bits = generator();
@@ -30,6 +28,8 @@ std::string RandomPart() {
   }
   return text;
 }
+
+namespace {
 
 std::string NormalizedExtension(std::string_view extension) {
   if (extension.empty() || extension.front() == '.') return std::string(extension);
@@ -45,13 +45,18 @@ constexpr int kAttempts = 100;
 
 }  // namespace
 
-fs::path TempFolder() {
+fs::path BaseTempFolder() {
   const char* from_env = std::getenv("TMPDIR");
   if (from_env != nullptr && *from_env != '\0') {
     std::error_code ec;
     if (fs::is_directory(from_env, ec)) return fs::path(from_env);
   }
   return fs::path("/tmp");
+}
+
+fs::path TempFolder() {
+  const RunFiles* run = RunFiles::Current();
+  return run != nullptr ? run->folder() : BaseTempFolder();
 }
 
 Result<TempFile> TempFile::Create(std::string_view extension, std::string_view prefix) {
@@ -62,7 +67,7 @@ Result<TempFile> TempFile::CreateIn(const fs::path& folder, std::string_view ext
                                     std::string_view prefix) {
   std::string suffix = NormalizedExtension(extension);
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    fs::path candidate = folder / (std::string(prefix) + RandomPart() + suffix);
+    fs::path candidate = folder / (std::string(prefix) + RandomSuffix() + suffix);
     int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd >= 0) {
       ::close(fd);
@@ -103,7 +108,7 @@ Result<TempDir> TempDir::Create(std::string_view prefix) { return CreateIn(TempF
 
 Result<TempDir> TempDir::CreateIn(const fs::path& folder, std::string_view prefix) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    fs::path candidate = folder / (std::string(prefix) + RandomPart());
+    fs::path candidate = folder / (std::string(prefix) + RandomSuffix());
     if (::mkdir(candidate.c_str(), 0700) == 0) return TempDir(candidate);
     int error_number = errno;
     if (error_number != EEXIST) return CreateError(folder, error_number);

@@ -2,14 +2,23 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "support/result.h"
 
 namespace support {
 
-// The folder for temporary files: $TMPDIR when it names a folder, else /tmp.
+// The system's folder for temporary files: $TMPDIR when it names a folder, else /tmp.
+std::filesystem::path BaseTempFolder();
+
+// Where temporary files go: the folder of the program's run while one is current (so that they
+// all go with it), else BaseTempFolder().
 std::filesystem::path TempFolder();
+
+// Twelve random hex digits for unique names; creation with O_EXCL or mkdir makes a name unique,
+// the randomness only keeps collisions rare.
+std::string RandomSuffix();
 
 // An empty file "<prefix><random><extension>" made in TempFolder() (or a given folder), owned by
 // this object: the destructor removes it unless Preserve() was called. Movable, not copyable; a

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "support/file_io.h"
+#include "support/run_files.h"
 #include "support/text.h"
 
 namespace support {
@@ -79,7 +80,7 @@ Result<ZipArchiveReader> ZipArchiveReader::Open(const fs::path& path, std::strin
   if (fs::is_directory(path, ec)) return Error{prefix + "it is a folder"};
   try {
     int code = 0;
-    std::unique_ptr<zip, Closer> archive(zip_open(path.c_str(), ZIP_RDONLY | ZIP_CHECKCONS, &code));
+    std::unique_ptr<zip, Closer> archive(zip_open(ReadPath(path).c_str(), ZIP_RDONLY | ZIP_CHECKCONS, &code));
     if (archive == nullptr) return Error{prefix + ErrorText(code)};
     if (!password.empty() &&
         zip_set_default_password(archive.get(), std::string(password).c_str()) != 0) {

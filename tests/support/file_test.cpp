@@ -1,12 +1,19 @@
-// Tests of the atomic file writer and of temporary files and folders, with injected faults.
+// Tests of the atomic file writer, of temporary files and folders, with injected faults, and of
+// the run's files: outputs staged as twins and put in place together, refusals of an output that
+// is an input, what a dropped command or an abandoned run leaves, the removal of a killed run's
+// leftovers, and outputs written in place.
 #include "support/file_io.h"
+#include "support/run_files.h"
 #include "support/temp_file.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -213,6 +220,161 @@ TEST(TempFolder, HonoursTmpdir) {
   } else {
     ::unsetenv("TMPDIR");
   }
+}
+
+class RunFilesTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Result<TempDir> made = TempDir::Create("tcm-run-files-test");
+    ASSERT_TRUE(made) << made.message();
+    dir_ = std::make_unique<TempDir>(std::move(made).value());
+    fs::create_directory(Base());
+    fs::create_directory(Out());
+    setenv("TMPDIR", Base().c_str(), 1);
+    for (const char* name : {"a.txt", "b.txt", "data.csv"}) {
+      ASSERT_TRUE(WriteFileAtomically(Out() / name, std::string("old ") + name));
+    }
+  }
+  void TearDown() override { unsetenv("TMPDIR"); }
+  fs::path Base() const { return dir_->path() / "tmp"; }
+  fs::path Out() const { return dir_->path() / "out"; }
+  std::string Read(const std::string& name) const { return *ReadFileToString(Out() / name); }
+
+  std::unique_ptr<TempDir> dir_;
+};
+
+TEST_F(RunFilesTest, OutputsLandTogetherWhenTheRunCommits) {
+  auto run = RunFiles::Begin();
+  ASSERT_TRUE(run) << run.message();
+  EXPECT_EQ(TempFolder(), (*run)->folder());
+  (*run)->BeginCommand();
+  ASSERT_TRUE(WriteFileAtomically(Out() / "a.txt", "new a"));
+  ASSERT_TRUE(WriteFileAtomically(Out() / "b.txt", [](const fs::path& path) -> Status {
+    std::ofstream(path) << "new b";
+    return {};
+  }));
+  // Until the end the targets are the old files, while the run itself reads its new ones.
+  EXPECT_EQ(*ReadFileToString(Out() / "a.txt"), "new a");
+  std::ifstream direct(Out() / "a.txt");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(direct), {}), "old a.txt");
+  (*run)->EndCommand(true);
+  // A later command reads the earlier one's output.
+  (*run)->BeginCommand();
+  EXPECT_EQ(*ReadFileToString(Out() / "b.txt"), "new b");
+  (*run)->EndCommand(true);
+  ASSERT_TRUE((*run)->Commit());
+  const fs::path folder = (*run)->folder();
+  run->reset();
+  EXPECT_EQ(Read("a.txt"), "new a");
+  EXPECT_EQ(Read("b.txt"), "new b");
+  EXPECT_EQ(Listing(Out()), (std::vector<std::string>{"a.txt", "b.txt", "data.csv"}));
+  EXPECT_FALSE(fs::exists(folder));
+  EXPECT_EQ(TempFolder(), Base());
+}
+
+TEST_F(RunFilesTest, AFailedCommandOrAnAbandonedRunLeavesTheOldFiles) {
+  for (const bool commit : {false, true}) {
+    auto run = RunFiles::Begin();
+    ASSERT_TRUE(run);
+    (*run)->BeginCommand();
+    ASSERT_TRUE(WriteFileAtomically(Out() / "a.txt", "failed command's a"));
+    (*run)->EndCommand(false);
+    (*run)->BeginCommand();
+    ASSERT_TRUE(WriteFileAtomically(Out() / "b.txt", "abandoned b"));
+    ASSERT_TRUE((*run)->AddOutput(Out() / "c.txt", "never written"));
+    (*run)->EndCommand(true);
+    if (commit) {
+      ASSERT_TRUE((*run)->Commit());
+    }
+    run->reset();
+    EXPECT_EQ(Read("a.txt"), "old a.txt");
+    EXPECT_EQ(Read("b.txt"), commit ? "abandoned b" : "old b.txt");
+    EXPECT_EQ(Listing(Out()), (std::vector<std::string>{"a.txt", "b.txt", "data.csv"}));
+    EXPECT_TRUE(fs::is_empty(Base()));
+  }
+}
+
+TEST_F(RunFilesTest, AnOutputThatIsAnInputIsRefused) {
+  fs::create_symlink(Out() / "data.csv", Out() / "link.csv");
+  fs::create_hard_link(Out() / "data.csv", Out() / "hard.csv");
+  fs::create_directory(Out() / "sub");
+  auto run = RunFiles::Begin();
+  ASSERT_TRUE(run);
+  ASSERT_TRUE((*run)->AddInput(Out() / "data.csv", "the data file"));
+  for (const fs::path& same : {Out() / "data.csv", Out() / "sub/../data.csv", Out() / "link.csv",
+                               Out() / "hard.csv"}) {
+    const Status refused = (*run)->AddOutput(same, "the report");
+    ASSERT_FALSE(refused) << same;
+    EXPECT_NE(refused.message().find("the data file"), std::string::npos) << refused.message();
+    EXPECT_NE(refused.message().find("the report"), std::string::npos) << refused.message();
+    EXPECT_FALSE(WriteFileAtomically(same, "x")) << same;
+  }
+  // A command's own input and output clash in either order; another command's do not.
+  (*run)->BeginCommand();
+  ASSERT_TRUE((*run)->AddOutput(Out() / "a.txt", "the model written"));
+  EXPECT_FALSE((*run)->AddInput(Out() / "a.txt", "the model read"));
+  ASSERT_TRUE((*run)->AddInput(Out() / "b.txt", "the model read"));
+  EXPECT_FALSE((*run)->AddOutput(Out() / "b.txt", "the model written"));
+  (*run)->EndCommand(true);
+  (*run)->BeginCommand();
+  EXPECT_TRUE((*run)->AddOutput(Out() / "b.txt", "the model written"));
+  (*run)->EndCommand(true);
+  // Missing and unusable folders are found when the output is declared.
+  EXPECT_FALSE((*run)->AddOutput(Out() / "missing" / "x.txt", "r"));
+  EXPECT_FALSE((*run)->AddOutput(Out() / "a.txt" / "x.txt", "r"));
+  EXPECT_FALSE((*run)->AddOutput(Out() / "sub", "r"));
+  run->reset();
+  EXPECT_EQ(Read("data.csv"), "old data.csv");
+}
+
+TEST_F(RunFilesTest, TheNextRunRemovesWhatAKilledRunLeft) {
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  waitpid(child, nullptr, 0);  // a process id that is gone
+  const fs::path left = Base() / ("tcm-run-" + std::to_string(child) + "-abc");
+  fs::create_directories(left);
+  std::ofstream(left / "as123.asbf") << "engine data";
+  const fs::path twin = Out() / ".a.txt.tcm-new-0123456789ab";
+  std::ofstream(twin) << "half";
+  std::ofstream(left / "twins") << twin.string() << '\n' << (Out() / "a.txt").string() << '\n';
+  // A live run's folder stays.
+  const fs::path live = Base() / ("tcm-run-" + std::to_string(getppid()) + "-abc");
+  fs::create_directories(live);
+
+  auto run = RunFiles::Begin();
+  ASSERT_TRUE(run);
+  EXPECT_FALSE(fs::exists(left));
+  EXPECT_FALSE(fs::exists(twin));
+  EXPECT_EQ(Read("a.txt"), "old a.txt");  // listed, but no twin: never removed
+  EXPECT_TRUE(fs::exists(live));
+}
+
+TEST_F(RunFilesTest, DevicesAndPipesAreWrittenInPlace) {
+  auto run = RunFiles::Begin();
+  ASSERT_TRUE(run);
+  EXPECT_TRUE((*run)->AddOutput("/dev/null", "the report"));
+  EXPECT_TRUE(WriteFileAtomically("/dev/null", "discarded"));
+  struct stat info {};
+  ASSERT_EQ(::stat("/dev/null", &info), 0);
+  EXPECT_TRUE(S_ISCHR(info.st_mode));
+
+  const fs::path fifo = Out() / "pipe";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::string received;
+  std::thread reader([&] {
+    std::ifstream in(fifo);
+    received.assign(std::istreambuf_iterator<char>(in), {});
+  });
+  EXPECT_TRUE(WriteFileAtomically(fifo, [](const fs::path& path) -> Status {
+    std::ofstream(path) << "through the pipe";
+    return {};
+  }));
+  reader.join();
+  EXPECT_EQ(received, "through the pipe");
+  ASSERT_EQ(::stat(fifo.c_str(), &info), 0);
+  EXPECT_TRUE(S_ISFIFO(info.st_mode));
+  EXPECT_EQ(KindOfOutput("-"), OutputKind::kStdout);
+  EXPECT_EQ(KindOfOutput(Out() / "new.txt"), OutputKind::kFile);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "engine/job/table_iterator.h"
 #include "engine/script/parser.h"
 #include "engine/stages/registry.h"
+#include "support/interrupt.h"
 
 namespace engine {
 
@@ -78,6 +79,7 @@ bool Job::RunStages(std::optional<Table>& table, bool keep_last) {
   results_.clear();
   StageContext context{messages_, input_.get(), results_};
   for (std::size_t i = 0; i < stages_.size(); ++i) {
+    if (support::InterruptRequested()) return messages_.Error(support::kStoppedText);
     context.table_needed_after = keep_last || i + 1 < stages_.size();
     if (!stages_[i]->Run(context, table)) return false;
   }

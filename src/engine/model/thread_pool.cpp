@@ -5,8 +5,11 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include "support/interrupt.h"
 
 namespace engine::model {
 
@@ -15,9 +18,15 @@ unsigned DefaultThreadCount() {
 }
 
 void ParallelFor(std::size_t count, unsigned threads,
-                 const std::function<void(std::size_t, unsigned)>& task) {
+                 const std::function<void(std::size_t, unsigned)>& user_task) {
   if (count == 0)
     return;
+  // Long loops are where an interrupt waits longest: each index looks at the flag first.
+  const auto task = [&user_task](std::size_t index, unsigned worker) {
+    if (support::InterruptRequested())
+      throw std::runtime_error(support::kStoppedText);
+    user_task(index, worker);
+  };
   if (threads == 0)
     threads = DefaultThreadCount();
   threads = static_cast<unsigned>(std::min<std::size_t>(threads, count));

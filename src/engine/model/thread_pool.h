@@ -13,6 +13,8 @@ unsigned DefaultThreadCount();
 // DefaultThreadCount()); indexes are handed out one at a time, so uneven tasks balance. Worker
 // numbers are 0 .. threads-1, one per thread, for per-thread workspaces. The first exception a
 // task throws is rethrown here after all threads stopped; the remaining indexes are skipped.
+// An interrupt (support::InterruptRequested) makes the loop throw std::runtime_error with
+// support::kStoppedText before the next index.
 void ParallelFor(std::size_t count, unsigned threads,
                  const std::function<void(std::size_t index, unsigned worker)>& task);
 

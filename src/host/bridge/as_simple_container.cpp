@@ -4,6 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include "support/run_files.h"
+
 ASSimpleContainer::ASSimpleContainer(std::string name, const std::string& path)
     : name_(std::move(name)) {
   if (!path.empty()) {
@@ -35,6 +37,19 @@ std::string ASSimpleContainer::getGenericPath() const {
 }
 
 void ASSimpleContainer::preserveTempFile() {
-  if (temp_)
-    temp_->Preserve();
+  if (!temp_ || temp_->preserved())
+    return;
+  // The run's folder goes with the run, so a file meant to outlive it is made an output of the
+  // run in the system's temporary folder: it appears there when the run ends well, and not at
+  // all when the command fails or the run is interrupted.
+  if (support::RunFiles* run = support::RunFiles::Current(); run != nullptr) {
+    const std::filesystem::path lasting =
+        support::BaseTempFolder() / ("tcm-model-system-" + support::RandomSuffix() + ".zip");
+    if (run->AddOutput(lasting, kKeptFileRole).ok()) {
+      temp_.reset();
+      path_ = lasting;
+      return;
+    }
+  }
+  temp_->Preserve();
 }

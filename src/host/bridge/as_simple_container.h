@@ -8,6 +8,10 @@
 
 #include "support/temp_file.h"
 
+// The role under which a run lists a preserved temporary file among its outputs. The one file
+// the module preserves is a model system with no OUTFILE MODELSYSTEM, hence its name.
+inline constexpr const char* kKeptFileRole = "the model system kept in the temporary folder";
+
 class ASSimpleContainer {
  public:
   // With an empty `path` a new empty temporary file is made; when that fails, good() is false,
@@ -24,7 +28,8 @@ class ASSimpleContainer {
   virtual std::string getAbsolutePath() const;
   // The absolute path with "/" separators, as a write of the file wants it.
   std::string getGenericPath() const;
-  // A temporary file stays when the container is destroyed.
+  // A temporary file stays when the container is destroyed. Within the program's run it moves out
+  // of the run's folder (its path changes): call this before taking the path.
   void preserveTempFile();
 
   bool isTemporary() const { return temp_.has_value(); }

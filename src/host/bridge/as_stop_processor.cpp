@@ -1,6 +1,8 @@
 // This file contains the cancel flag of a running job.
 #include "host/bridge/as_stop_processor.h"
 
+#include "support/interrupt.h"
+
 namespace {
 std::chrono::steady_clock::rep Now() {
   return std::chrono::steady_clock::now().time_since_epoch().count();
@@ -11,7 +13,7 @@ ASStopProcessor::ASStopProcessor(double time_limit_seconds)
     : time_limit_seconds_(time_limit_seconds), start_(Now()) {}
 
 bool ASStopProcessor::IsCancelled() const {
-  if (cancelled_.load(std::memory_order_acquire))
+  if (cancelled_.load(std::memory_order_acquire) || support::InterruptRequested())
     return true;
   if (!(time_limit_seconds_ > 0.0))
     return false;

@@ -1,48 +1,35 @@
-// This file contains AtomicFile: a file written beside its target under a temporary name and
-// renamed over the target only when complete, so a failed write leaves an existing file intact.
+// This file contains AtomicFile: the host's name for the support layer's writer of a file that is
+// written whole or not at all (and of standard output and devices, written in place).
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "support/file_io.h"
+
 namespace host {
 
-// Faults to inject in tests of writers: fail the write once this many bytes went out, or fail
-// the final rename. The defaults inject nothing.
-struct WriteFaults {
-  int64_t fail_after_bytes = -1;
-  bool fail_rename = false;
-};
+using WriteFaults = support::WriteFaults;
 
 class AtomicFile {
  public:
-  explicit AtomicFile(std::string path, WriteFaults faults = {});
-  // Removes the temporary file when the write was not committed.
-  ~AtomicFile();
-  AtomicFile(const AtomicFile&) = delete;
-  AtomicFile& operator=(const AtomicFile&) = delete;
+  explicit AtomicFile(std::string path, WriteFaults faults = {})
+      : writer_(std::move(path), faults) {}
 
-  // Creates the temporary file in the target's folder. False with `Error()` set.
-  bool Open();
-  // Appends bytes; false (and every later call false) once a write failed.
-  bool Write(std::string_view data);
-  // Flushes the file to disk and renames it over the target; false with `Error()` set, the
-  // temporary file removed and the target untouched.
-  bool Commit();
-  // The reason of the last failure, as the system words it.
+  // Each returns false with `Error()` set; the target is untouched until Commit succeeds.
+  bool Open() { return Keep(writer_.Open()); }
+  bool Write(std::string_view data) { return Keep(writer_.Write(data)); }
+  bool Commit() { return Keep(writer_.Commit()); }
+  // The reason of the first failure.
   const std::string& Error() const { return error_; }
 
  private:
-  bool Fail(const std::string& reason);
+  bool Keep(const support::Status& status) {
+    if (!status.ok() && error_.empty()) error_ = status.message();
+    return status.ok();
+  }
 
-  std::string path_;
-  std::string temp_path_;
-  WriteFaults faults_;
-  int fd_ = -1;
-  int64_t written_ = 0;
-  bool failed_ = false;
-  bool committed_ = false;
+  support::AtomicWriter writer_;
   std::string error_;
 };
 

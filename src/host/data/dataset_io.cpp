@@ -12,6 +12,7 @@
 #include "host/data/date_definition.h"
 #include "host/data/number_text.h"
 #include "host/messages/parser_message.h"
+#include "support/run_files.h"
 #include "support/time.h"
 
 namespace host {
@@ -378,7 +379,9 @@ bool SaveDataset(const Dataset& dataset, const std::string& path, ParserMessage&
     messages.HostError(msg::kWriteFolderMissing, {path, folder.string()});
     return false;
   }
-  const std::string dict_path = DictionaryPathFor(path);
+  // Standard output or a device takes the data alone; a file gets its dictionary beside it.
+  const bool with_dictionary = support::KindOfOutput(path) == support::OutputKind::kFile;
+  const std::string dict_path = with_dictionary ? DictionaryPathFor(path) : path;
   for (const std::string& file : {path, dict_path}) {
     if (fs::is_directory(file, error)) {
       messages.HostError(msg::kWritePathIsFolder, {file});
@@ -392,6 +395,11 @@ bool SaveDataset(const Dataset& dataset, const std::string& path, ParserMessage&
                         return csv.Write(piece);
                       });
   if (!csv_ok) {
+    messages.HostError(msg::kWriteFailed, {path, csv.Error()});
+    return false;
+  }
+  if (!with_dictionary) {
+    if (csv.Commit()) return true;
     messages.HostError(msg::kWriteFailed, {path, csv.Error()});
     return false;
   }

@@ -3,6 +3,8 @@
 
 #include "host/messages/parser_message.h"
 #include "host/syntax/command_splitter.h"
+#include "support/interrupt.h"
+#include "support/run_files.h"
 
 namespace host {
 
@@ -21,21 +23,39 @@ std::vector<CommandOutcome> CommandProcessor::RunSyntax(const std::string& text,
   if (session_.error_count != errors_before_split) {
     outcomes.push_back(CommandOutcome{"", 1, true});
   }
+  support::RunFiles* run = support::RunFiles::Current();
+  bool any_command = false;
   for (const CommandText& command : commands) {
     if (command.is_comment) continue;
+    if (support::InterruptRequested()) break;
+    any_command = true;
     CommandOutcome outcome{command.name, command.line, false};
     const int errors_before = session_.error_count;
+    if (run != nullptr) run->BeginCommand();
     const auto entry = entries_.find(command.name);
     if (entry == entries_.end()) {
       messages.HostError("UNKNOWN_COMMAND_KEY",
                          {command.name, file_name, std::to_string(command.line)});
     } else {
       session_.command = CurrentCommand{command.name, file_name, command.line, &command.tokens};
+      session_.command_stopped = false;
       entry->second.function();
+      // A command that stopped on a warning alone must not pass for one that ran.
+      if (session_.command_stopped && session_.error_count == errors_before &&
+          !support::InterruptRequested()) {
+        messages.HostError("COMMAND_NOT_RUN_KEY",
+                           {command.name, file_name, std::to_string(command.line)});
+      }
       session_.command = CurrentCommand{};
     }
-    outcome.had_error = session_.error_count != errors_before;
+    outcome.had_error = session_.error_count != errors_before || session_.command_stopped;
+    session_.command_stopped = false;
+    if (run != nullptr) run->EndCommand(!outcome.had_error && !support::InterruptRequested());
     outcomes.push_back(outcome);
+  }
+  if (!any_command && outcomes.empty() && !support::InterruptRequested()) {
+    messages.HostError("NO_COMMANDS_KEY", {file_name});
+    outcomes.push_back(CommandOutcome{"", 1, true});
   }
   return outcomes;
 }

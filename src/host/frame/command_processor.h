@@ -14,7 +14,7 @@ using EntryFunction = void (*)();
 struct CommandOutcome {
   std::string name;
   int line = 0;
-  bool had_error = false;
+  bool had_error = false;  // an error was posted, or the command stopped before its end
 };
 
 class CommandProcessor {
@@ -25,7 +25,10 @@ class CommandProcessor {
   void RegisterEntry(const std::string& command, const std::string& entry_name, EntryFunction entry);
 
   // Runs every command of the syntax text in order. Comments are skipped; an unknown command is
-  // an error and the next command still runs. Returns what happened to each command.
+  // an error and the next command still runs; a text with no command is an error. After an
+  // interrupt (Ctrl-C) no further command starts. Within the program's run (RunFiles) each
+  // command's outputs are kept for the run's end only when the command had no error. Returns
+  // what happened to each command.
   std::vector<CommandOutcome> RunSyntax(const std::string& text, const std::string& file_name);
 
  private:

@@ -3,6 +3,10 @@
 
 #include "host/session.h"
 
+void host::CommandStopped() {
+  if (Session* session = CurrentSession(); session != nullptr) session->command_stopped = true;
+}
+
 namespace BEPesRepos {
 void BEPesClear() {
   if (host::Session* session = host::CurrentSession()) session->pending_errors.clear();

@@ -11,6 +11,12 @@ void BEPesClear();
 void BEPesCheckError();
 }  // namespace BEPesRepos
 
+namespace host {
+// The entry's command stopped before its end: a reader, a check or a flow said no. The command
+// processor then counts the command as failed, and says so when no error of its own did.
+void CommandStopped();
+}  // namespace host
+
 // A converter from the session's encoding to UTF-8. Datasets are read as UTF-8, so conversion
 // checks the text and replaces bytes that are no UTF-8 with U+FFFD.
 struct QUORMBConverter;

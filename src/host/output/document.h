@@ -72,6 +72,8 @@ struct OutputNode {
 struct OutputDocument {
   std::string title = "Output";
   OutputNode root;  // a Heading: procedures and loose messages
+  // Model systems that the run keeps in the temporary folder, having no OUTFILE MODELSYSTEM.
+  std::vector<std::string> kept_model_systems;
 
   // Every message of the document in order, found anywhere in the outline.
   std::vector<const MessageRecord*> Messages() const;

@@ -102,6 +102,7 @@ nlohmann::json RenderJson(const OutputDocument &document) {
   for (const auto &child : document.root.children)
     items.push_back(NodeJson(*child));
   out["items"] = std::move(items);
+  if (!document.kept_model_systems.empty()) out["keptModelSystems"] = document.kept_model_systems;
   return out;
 }
 

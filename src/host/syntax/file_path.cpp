@@ -5,6 +5,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/messages/parser_message.h"
+#include "support/run_files.h"
+
 namespace host {
 namespace fs = std::filesystem;
 
@@ -46,7 +49,7 @@ bool ExpandUserPath(const std::string& raw, std::string& out) {
 
 bool IsReadableFile(const std::string& path) {
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
+  const fs::file_status status = fs::status(support::ReadPath(path), error);
   return !error && fs::exists(status) && !fs::is_directory(status);
 }
 
@@ -82,5 +85,17 @@ std::string GetExtendFilePath(const std::string& path, bool mustExist, bool /*re
   if (!host::ExpandUserPath(path, expanded)) return {};
   if (mustExist && !host::IsReadableFile(expanded)) return {};
   if (folderMustExist && !host::IsWritableLocation(expanded)) return {};
+  // The run learns what the command reads and writes before anything runs, so that an output
+  // never replaces an input and an unwritable folder is found now, not after the work.
+  if (support::RunFiles* run = support::RunFiles::Current(); run != nullptr) {
+    support::Status declared;
+    if (mustExist) declared = run->AddInput(expanded, "a file this command reads");
+    else if (folderMustExist) declared = run->AddOutput(expanded, "a file this command writes");
+    if (!declared) {
+      ParserMessage messages;
+      messages.HostError("FILE_REFUSED_KEY", {declared.message()});
+      return {};
+    }
+  }
   return expanded;
 }

@@ -55,7 +55,9 @@ void RunSavedModelCommand(const char* command, const char* title) {
   BEPesRepos::BEPesClear();
   QUORMBConverter* converter = QUORMBConverterNew_A(0);
 
-  if (parser.ParseCommand()) {
+  if (!parser.ParseCommand()) {
+    host::CommandStopped();
+  } else {
     const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
     // The data steps (time string conversion, data checks, preparation, model sequence and
     // output) run here in one short-circuit chain once the engine bridge is in place; `tcm
@@ -103,6 +105,7 @@ extern "C" void TCMMODEL() {
   BEPesRepos::BEPesClear();
   QUORMBConverter* converter = QUORMBConverterNew_A(0);
   ASDebug* debugList = nullptr;
+  bool completed = false;
 
   if (parser.ParseCommand()) {
     if (spec.debug) {
@@ -124,6 +127,7 @@ extern "C" void TCMMODEL() {
     }
     if (debugList != nullptr) debugList->addOutputLine("Updated Data Model");
     // `tcm check` stops after the data checks.
+    if (dataChecked && ChecksOnly()) completed = true;
     if (dataChecked && !ChecksOnly()) {
       const bool prepared = tsdpRunner.RunTSDP();
       if (debugList != nullptr) debugList->addOutputLine("RunTSDP()");
@@ -137,6 +141,8 @@ extern "C" void TCMMODEL() {
               output.GenerateOutput(&procedure, &dataSource, *dictionary, spec, debugList);
           if (debugList != nullptr) debugList->addOutputLine("GenerateOutput()");
           if (shown) AddModelNotes(spec, !spec.modelSystemPath.empty());
+          // The output's false is no stop: without SERIESFILTER it is the normal end.
+          completed = true;
         }
       }
     }
@@ -145,6 +151,7 @@ extern "C" void TCMMODEL() {
   if (converter != nullptr) QUORMBConverterDelete_A(converter);
   BEPesRepos::BEPesCheckError();
   if (debugList != nullptr) debugList->addOutputLine("Done()");
+  if (!completed) host::CommandStopped();
 }
 
 extern "C" void TCMAPPLY() {

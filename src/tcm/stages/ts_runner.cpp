@@ -130,6 +130,7 @@ std::string TSRunner::ModelFlow() {
   if (config.empty()) return {};
   if (spec.modelSystemPath.empty()) {
     modelFile = std::make_unique<ASSimpleContainer>("TCMXML", "");
+    modelFile->preserveTempFile();
     spec.modelSystemPath = modelFile->getAbsolutePath();
   } else {
     modelFile = std::make_unique<ASSimpleContainer>("TCMXML", spec.modelSystemPath);
