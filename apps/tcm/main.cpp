@@ -6,6 +6,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "apps/tcm/encode_password.h"
 #include "apps/tcm/report_files.h"
 #include "host/data/dataset_io.h"
 #include "host/data/describe.h"
@@ -128,6 +129,8 @@ int main(int argc, char** argv) {
   describe->add_option("--data", options.data, "Dataset (CSV)")->required();
   describe->add_option("--dictionary", options.dictionary, "Dictionary file (JSON)");
 
+  tcm_app::EncodePasswordCommand encode_password(app);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -137,5 +140,6 @@ int main(int argc, char** argv) {
 
   if (*run) return RunCommands(options, false);
   if (*check) return RunCommands(options, true);
+  if (encode_password.Chosen()) return encode_password.Run();
   return Describe(options);
 }
