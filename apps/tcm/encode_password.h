@@ -13,7 +13,7 @@ class EncodePasswordCommand {
   // Registers the subcommand on `app`.
   explicit EncodePasswordCommand(CLI::App& app);
   // True when the command line chose this subcommand.
-  bool Chosen() const { return *command_; }
+  bool Chosen() const { return static_cast<bool>(*command_); }
   // Prints the PASSPROTECT text to paste into a syntax file; the exit status (2 for a password
   // that PASSPROTECT would refuse).
   int Run() const;

@@ -163,7 +163,9 @@ TEST(CsvReaderTest, OddValuesLoadWithOneWarning) {
     auto data = LoadText(c.csv, messages);
     ASSERT_NE(data, nullptr);
     EXPECT_EQ(data->GetVariable(0).format, c.format);
-    if (c.bad_row >= 0) EXPECT_TRUE(IsSysMiss(data->GetNumber(c.bad_row, 0)));
+    if (c.bad_row >= 0) {
+      EXPECT_TRUE(IsSysMiss(data->GetNumber(c.bad_row, 0)));
+    }
     if (c.key == nullptr) {
       EXPECT_TRUE(messages.Raised().empty());
       continue;
@@ -174,7 +176,7 @@ TEST(CsvReaderTest, OddValuesLoadWithOneWarning) {
   }
   // A latin-1 name is read the same way.
   ParserMessage messages;
-  auto data = LoadText("Gr\xF6\xDFe\n1\n", messages);
+  auto data = LoadText("Gr\xF6\xDF" "e\n1\n", messages);
   ASSERT_NE(data, nullptr);
   EXPECT_EQ(data->GetVariable(0).name, "Gr\xC3\xB6\xC3\x9F" "e");
 }
