@@ -6,6 +6,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "apps/tcm/encode_password.h"
 #include "apps/tcm/report_files.h"
 #include "host/data/dataset_io.h"
 #include "host/data/describe.h"
@@ -200,6 +201,8 @@ int main(int argc, char** argv) {
   describe->add_option("--data", options.data, "Dataset (CSV)")->required();
   describe->add_option("--dictionary", options.dictionary, "Dictionary file (JSON)");
 
+  tcm_app::EncodePasswordCommand encode_password(app);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -211,6 +214,7 @@ int main(int argc, char** argv) {
   try {
     if (*run) return RunCommands(options, false);
     if (*check) return RunCommands(options, true);
+    if (encode_password.Chosen()) return encode_password.Run();
     return Describe(options);
   } catch (const std::bad_alloc&) {
     std::cerr << "Error: not enough memory; nothing was written.\n";

@@ -106,6 +106,88 @@ TEST_F(TcmProgram, BrokenDataIsAClearMessageNotACrash) {
   EXPECT_NE(outcome.out.find("broken.csv"), std::string::npos) << outcome.out;
 }
 
+// 240 days of two regions, x driving y a day later; the second region, "Süd", is written in
+// latin-1, and `odd_day` (when not empty) takes the place of North's 58th day, 2019-02-27.
+std::string SmallData(const std::string& odd_day = {}) {
+  std::string csv = "day,region,x,y\n";
+  unsigned state = 7;
+  const auto noise = [&state] {
+    state = state * 1103515245u + 12345u;
+    return static_cast<double>((state >> 16) % 1000) / 1000.0;
+  };
+  for (const char* region : {"North", "S\xFC" "d"}) {
+    double previous = 0;
+    for (int d = 0; d < 240; ++d) {
+      const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 31};
+      int month = 0;
+      int day = d;
+      while (day >= days[month]) day -= days[month++];
+      char date[32];
+      std::snprintf(date, sizeof date, "2019-%02d-%02d", month + 1, day + 1);
+      const double x = 10 + 5 * noise();
+      const double y = 2 + 0.8 * previous + 0.2 * noise();
+      previous = x;
+      const bool odd = !odd_day.empty() && d == 57 && std::string(region) == "North";
+      csv += (odd ? odd_day : std::string(date)) + "," + region + "," + std::to_string(x) + "," +
+             std::to_string(y) + "\n";
+    }
+  }
+  return csv;
+}
+
+// Data that are odd but valid run through a whole TCM MODEL: the impossible date is a missing
+// time with a warning naming its line and value, the latin-1 region reads as UTF-8.
+TEST_F(TcmProgram, OddButValidDataRunWithWarnings) {
+  const std::string data = Write(Path("odd.csv"), SmallData("2019-02-30"));
+  const std::string syntax =
+      Write(Path("odd.tcm"),
+            "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
+            "  /TARGETFILTER DISPLAY=ALLTARGETS /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n");
+  const std::string json = Path("odd.json").string();
+  const Outcome outcome = Tcm("run " + syntax + " --data " + data + " --json " + json + " --text");
+  ASSERT_EQ(outcome.status, 0) << outcome.out;
+  for (const char* expected : {"line 59 \"2019-02-30\"", "DATE11", "\"S\xC3\xBC" "d\"", "latin-1"}) {
+    EXPECT_NE(outcome.out.find(expected), std::string::npos) << expected << "\n" << outcome.out;
+  }
+  const auto report = nlohmann::json::parse(ReadAll(json), nullptr, false);
+  ASSERT_FALSE(report.is_discarded());
+  EXPECT_NE(report.dump().find("S\xC3\xBC" "d"), std::string::npos);
+}
+
+// ENCRYPTEDPW=YES takes what `tcm encode-password` prints, and the archive opens with the
+// plain password; the archive given as data says what it is.
+TEST_F(TcmProgram, EncodedPasswordProtectsTheSavedData) {
+  const Outcome encoded = Tcm("encode-password s3cret");
+  ASSERT_EQ(encoded.status, 0) << encoded.out;
+  EXPECT_EQ(Tcm("encode-password -", "s3cret\n").out, encoded.out);
+  EXPECT_EQ(encoded.out.find("s3cret"), std::string::npos) << encoded.out;
+  EXPECT_EQ(Tcm("encode-password elevenchars").status, 2);
+
+  const std::string data = Write(Path("small.csv"), SmallData());
+  const fs::path saved = Path("scored.csv");
+  const std::string syntax =
+      Write(Path("protect.tcm"),
+            "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
+            "  /SAVE PREDICTED /OUTFILE DATA='" + saved.string() + "'\n" + encoded.out +
+            "  /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n");
+  const Outcome run = Tcm("run " + syntax + " --data " + data + " --text");
+  ASSERT_EQ(run.status, 0) << run.out;
+  auto archive = support::ZipArchiveReader::Open(saved, "s3cret");
+  ASSERT_TRUE(archive.ok()) << archive.message();
+  const auto cases = archive->ReadText("data.csv");
+  ASSERT_TRUE(cases.ok()) << cases.message();
+  EXPECT_NE(cases->find("Predicted_y"), std::string::npos);
+
+  for (const std::string& command : {"describe --data " + saved.string(),
+                                     "run " + syntax + " --data " + saved.string()}) {
+    const Outcome refused = Tcm(command);
+    EXPECT_EQ(refused.status, 1) << command;
+    EXPECT_NE(refused.out.find("is a password-protected archive"), std::string::npos)
+        << command << "\n" << refused.out;
+    EXPECT_EQ(refused.out.find("UTF-8"), std::string::npos) << refused.out;
+  }
+}
+
 // The data checks of TCM MODEL stop a run with their message, and the run leaves no temporary
 // file behind either way.
 TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {

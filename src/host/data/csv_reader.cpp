@@ -8,7 +8,10 @@
 #include <iterator>
 
 #include "host/data/data_messages.h"
+#include "host/data/text_encoding.h"
 #include "host/messages/parser_message.h"
+#include "support/text.h"
+#include "support/zip_archive.h"
 
 namespace host {
 namespace {
@@ -107,43 +110,42 @@ bool RecordScanner::Next(Record& record, int& open_line) {
   return true;
 }
 
-// Position of the first byte that breaks UTF-8, or npos.
-size_t FirstInvalidUtf8(std::string_view text) {
-  size_t i = 0;
-  while (i < text.size()) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    int follow = 0;
-    if (c < 0x80) {
-      ++i;
-      continue;
+// Texts that are not UTF-8 are read as latin-1, so that everything downstream is UTF-8; the
+// first of them and their count make one warning.
+class Latin1Fallback {
+ public:
+  void Fix(std::string& cell, int line) {
+    if (support::IsValidUtf8(cell)) return;
+    cell = Latin1ToUtf8(cell);
+    if (count_++ == 0) {
+      first_line_ = line;
+      first_text_ = cell;
     }
-    if (c >= 0xC2 && c <= 0xDF) {
-      follow = 1;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-      follow = 2;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-      follow = 3;
-    } else {
-      return i;
-    }
-    if (i + static_cast<size_t>(follow) >= text.size()) return i;
-    for (int k = 1; k <= follow; ++k) {
-      const auto next = static_cast<unsigned char>(text[i + static_cast<size_t>(k)]);
-      if ((next & 0xC0) != 0x80) return i;
-    }
-    i += static_cast<size_t>(follow) + 1;
   }
-  return std::string_view::npos;
+  void Report(ParserMessage& messages, const std::string& file) const {
+    if (count_ == 0) return;
+    messages.SimpleWarning(msg::kNotUtf8, file, std::to_string(first_line_), first_text_,
+                           std::to_string(count_));
+  }
+
+ private:
+  int count_ = 0;
+  int first_line_ = 0;
+  std::string first_text_;
+};
+
+bool StartsWith(std::string_view text, std::string_view prefix) {
+  return text.substr(0, prefix.size()) == prefix;
 }
 
-int LineOf(std::string_view text, size_t pos) {
-  int line = 1;
-  for (size_t i = 0; i < pos && i < text.size(); ++i) {
-    if (text[i] == '\n' || (text[i] == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n'))) {
-      ++line;
-    }
+// A zip archive in place of a CSV file, most often a password-protected saved data file: said
+// as such rather than read as garbled text.
+void ReportArchive(const std::string& path, ParserMessage& messages) {
+  bool encrypted = false;
+  if (auto archive = support::ZipArchiveReader::Open(path); archive.ok()) {
+    for (const auto& entry : archive->Entries()) encrypted = encrypted || entry.encrypted;
   }
-  return line;
+  messages.HostError(encrypted ? msg::kFileEncrypted : msg::kFileArchive, {path});
 }
 
 }  // namespace
@@ -186,10 +188,6 @@ bool ParseCsvText(std::string_view text, const std::string& file_name, CsvTable&
   table = CsvTable{};
   if (text.size() >= 3 && text.substr(0, 3) == "\xEF\xBB\xBF") text.remove_prefix(3);
 
-  if (const size_t bad = FirstInvalidUtf8(text); bad != std::string_view::npos) {
-    messages.SimpleWarning(msg::kNotUtf8, file_name, std::to_string(LineOf(text, bad)));
-  }
-
   table.separator = DetectSeparator(text);
   RecordScanner scanner(text, table.separator);
   Record record;
@@ -197,6 +195,7 @@ bool ParseCsvText(std::string_view text, const std::string& file_name, CsvTable&
   bool have_header = false;
   bool ok = true;
   ProblemBudget budget;
+  Latin1Fallback latin1;
   size_t width = 0;
   while (!scanner.AtEnd()) {
     if (!scanner.Next(record, open_line)) {
@@ -204,6 +203,7 @@ bool ParseCsvText(std::string_view text, const std::string& file_name, CsvTable&
       return false;
     }
     if (record.blank) continue;
+    for (auto& cell : record.cells) latin1.Fix(cell, record.line);
     if (!have_header) {
       while (record.cells.size() > 1 && record.cells.back().empty()) record.cells.pop_back();
       table.header = std::move(record.cells);
@@ -233,6 +233,7 @@ bool ParseCsvText(std::string_view text, const std::string& file_name, CsvTable&
     for (size_t c = 0; c < width; ++c) table.columns[c].push_back(std::move(cells[c]));
     table.row_lines.push_back(record.line);
   }
+  latin1.Report(messages, file_name);
   budget.ReportRest(messages, file_name);
   if (!have_header) {
     messages.HostError(msg::kFileEmpty, {file_name});
@@ -241,7 +242,8 @@ bool ParseCsvText(std::string_view text, const std::string& file_name, CsvTable&
   return ok;
 }
 
-bool ReadCsvFile(const std::string& path, CsvTable& table, ParserMessage& messages) {
+bool ReadCsvFile(const std::string& path, CsvTable& table, ParserMessage& messages,
+                 const std::string& encoding) {
   namespace fs = std::filesystem;
   std::error_code error;
   if (!fs::exists(path, error)) {
@@ -259,8 +261,20 @@ bool ReadCsvFile(const std::string& path, CsvTable& table, ParserMessage& messag
     messages.HostError(msg::kFileUnreadable, {path, std::strerror(errno)});
     return false;
   }
-  if (text.size() >= 2 && ((text[0] == '\xFF' && text[1] == '\xFE') ||
-                           (text[0] == '\xFE' && text[1] == '\xFF'))) {
+  if (StartsWith(text, "PK\x03\x04") || StartsWith(text, "PK\x05\x06")) {
+    ReportArchive(path, messages);
+    return false;
+  }
+  if (!encoding.empty() && !IsUtf8Name(encoding)) {
+    size_t bad = 0;
+    auto decoded = DecodeToUtf8(text, encoding, bad);
+    if (!decoded) {
+      messages.HostError(msg::kNotInEncoding,
+                         {path, std::to_string(support::PositionAt(text, bad).line), encoding});
+      return false;
+    }
+    text = std::move(*decoded);
+  } else if (StartsWith(text, "\xFF\xFE") || StartsWith(text, "\xFE\xFF")) {
     messages.HostError(msg::kFileUtf16, {path});
     return false;
   }

@@ -15,12 +15,17 @@ inline constexpr const char* kFileUnreadable = "DATA_FILE_UNREADABLE_KEY";  // f
 inline constexpr const char* kFileIsFolder = "DATA_FILE_IS_FOLDER_KEY";     // file
 inline constexpr const char* kFileUtf16 = "DATA_FILE_UTF16_KEY";            // file
 inline constexpr const char* kFileEmpty = "DATA_FILE_EMPTY_KEY";            // file
+inline constexpr const char* kFileArchive = "DATA_FILE_ARCHIVE_KEY";        // file
+inline constexpr const char* kFileEncrypted = "DATA_FILE_ENCRYPTED_KEY";    // file
+inline constexpr const char* kNotInEncoding = "DATA_NOT_IN_ENCODING_KEY";   // file, line, enc
 inline constexpr const char* kNoCases = "DATA_NO_CASES_KEY";                // file (warning)
 inline constexpr const char* kUnterminatedQuote = "DATA_UNTERMINATED_QUOTE_KEY";  // f, line
 inline constexpr const char* kShortRow = "DATA_SHORT_ROW_KEY";  // file, line, count, expected (w)
 inline constexpr const char* kLongRow = "DATA_LONG_ROW_KEY";    // file, line, count, expected
-inline constexpr const char* kNotUtf8 = "DATA_NOT_UTF8_KEY";    // file, line (warning)
-inline constexpr const char* kBadValue = "DATA_BAD_VALUE_KEY";  // file, line, text, var, format (w)
+inline constexpr const char* kNotUtf8 = "DATA_NOT_UTF8_KEY";  // file, line, text, count (w)
+// file, variable, format, count, the first ones as kBadValueItem joined (warning)
+inline constexpr const char* kBadValue = "DATA_BAD_VALUE_KEY";
+inline constexpr const char* kBadValueItem = "DATA_BAD_VALUE_ITEM_KEY";  // line, text
 inline constexpr const char* kMoreProblems = "DATA_MORE_PROBLEMS_KEY";  // file, count (warning)
 inline constexpr const char* kVarNameInvalid = "DATA_VAR_NAME_INVALID_KEY";  // f, l, name, new
 inline constexpr const char* kVarNameDuplicate = "DATA_VAR_NAME_DUPLICATE_KEY";  // same
@@ -53,6 +58,8 @@ inline constexpr const char* kDictNumericFormatString = "DICT_NUMERIC_FORMAT_STR
 inline constexpr const char* kDictWidthRange = "DICT_WIDTH_RANGE_KEY";  // f, l, width, name
 inline constexpr const char* kDictWidthNumeric = "DICT_WIDTH_NUMERIC_KEY";  // f, l, name (warning)
 inline constexpr const char* kDictWidthGrown = "DICT_WIDTH_GROWN_KEY";  // f,l,name,width,need (w)
+inline constexpr const char* kDictWidthCapped = "DICT_WIDTH_CAPPED_KEY";  // f, name, width, max (w)
+inline constexpr const char* kDictEncoding = "DICT_ENCODING_KEY";          // f, l, encoding
 inline constexpr const char* kDictLabelValue = "DICT_LABEL_VALUE_KEY";      // f, l, value, name
 inline constexpr const char* kDictMissingValue = "DICT_MISSING_VALUE_KEY";  // f, l, value, name
 inline constexpr const char* kDictMissingRange = "DICT_MISSING_RANGE_KEY";  // f, l, name
@@ -97,15 +104,16 @@ inline constexpr const char* kDescribeNoCases = "DESCRIBE_NO_CASES_KEY";
 
 // Every key above, for the test that each has a text in the string table.
 inline constexpr const char* kAllKeys[] = {
-    kFileNotFound, kFileUnreadable, kFileIsFolder, kFileUtf16, kFileEmpty, kNoCases,
-    kUnterminatedQuote, kShortRow, kLongRow, kNotUtf8, kBadValue, kMoreProblems,
+    kFileNotFound, kFileUnreadable, kFileIsFolder, kFileUtf16, kFileEmpty, kFileArchive,
+    kFileEncrypted, kNotInEncoding, kNoCases, kUnterminatedQuote, kShortRow, kLongRow, kNotUtf8,
+    kBadValue, kBadValueItem, kMoreProblems,
     kVarNameInvalid, kVarNameDuplicate, kVarNameEmpty, kDictNotFound, kDictUnreadable,
     kDictJsonSyntax, kDictNeedObject, kDictNeedArray, kDictNeedText, kDictNeedNumber,
     kDictNeedInteger, kDictNoName, kDictUnknownVariable, kDictRepeatedVariable,
     kDictUnknownField, kDictUnknownType, kDictUnknownMeasure, kDictUnknownRole,
     kDictFormatSyntax, kDictFormatName, kDictFormatWidth, kDictFormatDecimals,
     kDictStringFormatNumeric, kDictNumericFormatString, kDictWidthRange, kDictWidthNumeric,
-    kDictWidthGrown, kDictLabelValue, kDictMissingValue, kDictMissingRange, kDictRangeString,
+    kDictWidthGrown, kDictWidthCapped, kDictEncoding, kDictLabelValue, kDictMissingValue, kDictMissingRange, kDictRangeString,
     kDateComponent, kDateRepeated, kDateOrder, kDateStart, kDateNeedStart, kDatePeriod,
     kDatePeriodIgnored, kDateCycleLast, kDateNameTaken, kDateQuarterMonth, kDateLabelTop,
     kDateLabelPeriodic, kDateLabelText, kWriteFolderMissing, kWritePathIsFolder, kWriteFailed,

@@ -19,6 +19,9 @@ namespace host {
 namespace {
 
 constexpr size_t kMaxNameBytes = 64;
+// A column is numbers (or dates) when at least 9 in 10 of its values read as such.
+constexpr size_t kReadableShare = 9;
+constexpr size_t kReadableOutOf = 10;
 constexpr std::array<const char*, 13> kReservedWords = {"ALL", "AND", "BY", "EQ",  "GE",
                                                         "GT",  "LE",  "LT", "NE",  "NOT",
                                                         "OR",  "TO",  "WITH"};
@@ -122,25 +125,48 @@ bool MatchEntries(const Dictionary& dictionary, const CsvTable& table,
   return ok;
 }
 
+// The cells of one column that do not read in its variable's format: the first few with their
+// lines and the count, for one warning per column.
+class BadCells {
+ public:
+  void Add(int line, const std::string& text) {
+    if (count_++ < kListed) {
+      if (!listed_.empty()) listed_ += ", ";
+      listed_ += HostText(msg::kBadValueItem, {std::to_string(line), text});
+    }
+  }
+  void Report(ParserMessage& messages, const std::string& file, const std::string& variable,
+              const std::string& format) const {
+    if (count_ == 0) return;
+    messages.SimpleWarning(msg::kBadValue, file, variable, format, std::to_string(count_),
+                           listed_);
+  }
+
+ private:
+  static constexpr int kListed = 5;
+  int count_ = 0;
+  std::string listed_;
+};
+
 // Reads a column into a numeric variable with its format; bad cells become system-missing with
-// a warning.
+// one warning.
 std::vector<double> NumericCells(std::vector<std::string>& cells, const PrintFormat& format,
                                  char decimal_point, const Variable& variable,
                                  const CsvTable& table, const std::string& file,
-                                 ProblemBudget& budget, ParserMessage& messages) {
+                                 ParserMessage& messages) {
   std::vector<double> values(cells.size(), kSysMiss);
-  const std::string format_text = FormatText(format);
+  BadCells bad;
   for (size_t r = 0; r < cells.size(); ++r) {
     const std::string& cell = cells[r];
     if (cell.find_first_not_of(" \t") == std::string::npos) continue;
     const auto value = ParseFormatted(cell, format, decimal_point);
     if (value) {
       values[r] = *value;
-    } else if (budget.Take()) {
-      messages.SimpleWarning(msg::kBadValue, file, std::to_string(table.row_lines[r]), cell,
-                             variable.name, format_text);
+    } else {
+      bad.Add(table.row_lines[r], cell);
     }
   }
+  bad.Report(messages, file, variable.name, FormatText(format));
   cells.clear();
   cells.shrink_to_fit();
   return values;
@@ -150,7 +176,7 @@ std::vector<double> NumericCells(std::vector<std::string>& cells, const PrintFor
 // entry does not suit the column (reported).
 bool BuildVariable(size_t c, const std::string& name, CsvTable& table, const DictVariable* entry,
                    const Dictionary* dictionary, const std::string& file, Dataset& dataset,
-                   ProblemBudget& budget, ParserMessage& messages) {
+                   ParserMessage& messages) {
   std::vector<std::string>& cells = table.columns[c];
   const ColumnPlan inferred = InferColumn(cells, table.separator);
   Variable variable;
@@ -169,17 +195,16 @@ bool BuildVariable(size_t c, const std::string& name, CsvTable& table, const Dic
   if (is_string) {
     const bool hex = entry != nullptr && entry->format && entry->format->type == fmt::kAHex;
     if (hex) {
+      BadCells bad;
       for (size_t r = 0; r < cells.size(); ++r) {
         auto bytes = FromHexText(TrimBlanks(cells[r]));
         if (!bytes) {
-          if (budget.Take()) {
-            messages.SimpleWarning(msg::kBadValue, file, std::to_string(table.row_lines[r]),
-                                   cells[r], name, FormatText(*entry->format));
-          }
+          bad.Add(table.row_lines[r], cells[r]);
           bytes = std::string();
         }
         cells[r] = std::move(*bytes);
       }
+      bad.Report(messages, file, name, FormatText(*entry->format));
     }
     size_t longest = 1;
     for (const auto& cell : cells) longest = std::max(longest, cell.size());
@@ -209,7 +234,7 @@ bool BuildVariable(size_t c, const std::string& name, CsvTable& table, const Dic
     variable.type = 0;
     variable.format = format;
     variable.measure = Measure::kScale;
-    numbers = NumericCells(cells, format, point, variable, table, file, budget, messages);
+    numbers = NumericCells(cells, format, point, variable, table, file, messages);
   }
   bool ok = true;
   if (entry != nullptr) {
@@ -259,9 +284,9 @@ std::string RepairVariableName(std::string_view text, int column) {
 
 ColumnPlan InferColumn(const std::vector<std::string>& cells, char separator) {
   ColumnPlan plan;
-  bool numeric_point = true;
-  bool numeric_comma = separator == ';';
-  bool iso = true;
+  size_t numbers_point = 0;
+  size_t numbers_comma = 0;
+  size_t isos = 0;
   bool any_time = false;
   bool any_seconds = false;
   int fraction_digits = 0;
@@ -273,21 +298,24 @@ ColumnPlan InferColumn(const std::vector<std::string>& cells, char separator) {
     if (text.empty()) continue;
     ++values;
     double number = 0.0;
-    if (numeric_point && !ReadNumberText(text, number, '.')) numeric_point = false;
-    if (numeric_comma && !ReadNumberText(text, number, ',')) numeric_comma = false;
-    if (iso) {
-      const auto parsed = support::ParseIso8601(text);
-      if (!parsed) {
-        iso = false;
-      } else {
-        any_time = any_time || parsed->has_time;
-        any_seconds = any_seconds || parsed->has_seconds;
-        fraction_digits = std::max(fraction_digits, parsed->fraction_digits);
-      }
+    if (ReadNumberText(text, number, '.')) ++numbers_point;
+    if (separator == ';' && ReadNumberText(text, number, ',')) ++numbers_comma;
+    if (const auto parsed = support::ParseIso8601(text)) {
+      ++isos;
+      any_time = any_time || parsed->has_time;
+      any_seconds = any_seconds || parsed->has_seconds;
+      fraction_digits = std::max(fraction_digits, parsed->fraction_digits);
     }
   }
+  // A stray impossible date or a typing error does not turn a column of dates or numbers into
+  // text: it is read as missing, with a warning. A column mostly of other texts stays text.
+  const auto mostly = [values](size_t count) {
+    return count > 0 && count * kReadableOutOf >= values * kReadableShare;
+  };
+  const bool numeric_point = mostly(numbers_point);
+  const bool numeric_comma = !numeric_point && mostly(numbers_comma);
   if (values == 0 || numeric_point || numeric_comma) {
-    plan.decimal_point = numeric_point || values == 0 ? '.' : ',';
+    plan.decimal_point = numeric_comma ? ',' : '.';
     int decimals = 0;
     int width = 8;
     for (const auto& cell : cells) {
@@ -306,7 +334,7 @@ ColumnPlan InferColumn(const std::vector<std::string>& cells, char separator) {
     plan.format = PrintFormat{fmt::kF, width, std::min(decimals, width - 1)};
     return plan;
   }
-  if (iso) {
+  if (mostly(isos)) {
     if (!any_time) {
       plan.format = PrintFormat{fmt::kDate, 11, 0};
     } else if (fraction_digits > 0) {
@@ -336,17 +364,14 @@ std::shared_ptr<Dataset> BuildDataset(CsvTable table, const std::string& data_na
   auto dataset = std::make_shared<Dataset>();
   dataset->SetSource(data_name);
   dataset->SetCaseCount(static_cast<int64_t>(table.row_lines.size()));
-  ProblemBudget budget;
   for (size_t c = 0; c < names.size(); ++c) {
     const DictVariable* entry =
         entry_of_column[c] < 0 ? nullptr
                                : &dictionary->variables[static_cast<size_t>(entry_of_column[c])];
-    if (!BuildVariable(c, names[c], table, entry, dictionary, data_name, *dataset, budget,
-                       messages)) {
+    if (!BuildVariable(c, names[c], table, entry, dictionary, data_name, *dataset, messages)) {
       ok = false;
     }
   }
-  budget.ReportRest(messages, data_name);
   if (ok && dictionary != nullptr) {
     ok = ApplyDateDefinition(dictionary->date_parts, dictionary->file, *dataset, messages);
   }
@@ -355,16 +380,17 @@ std::shared_ptr<Dataset> BuildDataset(CsvTable table, const std::string& data_na
 
 std::shared_ptr<Dataset> LoadDataset(const std::string& data_path,
                                      const std::string& dictionary_path, ParserMessage& messages) {
-  CsvTable table;
-  if (!ReadCsvFile(data_path, table, messages)) return nullptr;
   std::string dict_path = dictionary_path;
   if (dict_path.empty()) {
     std::error_code error;
     const std::string beside = DictionaryPathFor(data_path);
     if (std::filesystem::is_regular_file(beside, error)) dict_path = beside;
   }
+  // The dictionary first: it may name the encoding the data file is read in.
   Dictionary dictionary;
   if (!dict_path.empty() && !ReadDictionaryFile(dict_path, dictionary, messages)) return nullptr;
+  CsvTable table;
+  if (!ReadCsvFile(data_path, table, messages, dictionary.encoding)) return nullptr;
   return BuildDataset(std::move(table), data_path, dict_path.empty() ? nullptr : &dictionary,
                       messages);
 }
@@ -403,7 +429,7 @@ bool SaveDataset(const Dataset& dataset, const std::string& path, ParserMessage&
     messages.HostError(msg::kWriteFailed, {path, csv.Error()});
     return false;
   }
-  if (!dict.Open() || !dict.Write(DictionaryText(dataset))) {
+  if (!dict.Open() || !dict.Write(DictionaryText(dataset, messages, dict_path))) {
     messages.HostError(msg::kWriteFailed, {dict_path, dict.Error()});
     return false;
   }

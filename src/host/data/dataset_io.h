@@ -26,10 +26,11 @@ bool IsValidVariableName(std::string_view name);
 std::string RepairVariableName(std::string_view text, int column);
 
 // How a column is read, inferred from its cells when no dictionary says otherwise: numeric when
-// every non-empty cell is a number (a decimal comma is accepted when the separator is the
-// semicolon); numeric with DATE11 when every one is an ISO date, DATETIME17/20/2x.d when they
-// are ISO dates and date-times (seconds, fractions); otherwise a string as wide as its longest
-// value. A column without any value is numeric.
+// at least 9 in 10 of the non-empty cells are numbers (a decimal comma is accepted when the
+// separator is the semicolon); numeric with DATE11 when that many are ISO dates,
+// DATETIME17/20/2x.d when they are ISO dates and date-times (seconds, fractions); otherwise a
+// string as wide as its longest value. A column without any value is numeric. The cells that
+// do not read become missing when the column is built (one warning).
 struct ColumnPlan {
   bool is_string = false;
   int width = 0;  // strings: bytes

@@ -6,19 +6,24 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
-#include <iterator>
 #include <limits>
 
 #include "host/data/data_messages.h"
 #include "host/data/number_text.h"
+#include "host/data/text_encoding.h"
 #include "host/messages/parser_message.h"
 
 namespace host {
 namespace {
 
 using nlohmann::json;
+
+// The widest string a dictionary describes.
+constexpr int kMaxWidth = 32767;
 
 // Lines of the places a message points at: the root's keys, and the elements of the root's
 // arrays. nlohmann's DOM keeps no positions, so a light second pass over the (already valid)
@@ -222,7 +227,7 @@ void ReadVariable(const json& entry, int line, Reporter& report, Dictionary& dic
       int64_t width = 0;
       if (!ReadInteger(value, width)) {
         report.Error(msg::kDictNeedInteger, line, {name + ".width"});
-      } else if (width < 1 || width > 32767) {
+      } else if (width < 1 || width > kMaxWidth) {
         report.Error(msg::kDictWidthRange, line, {std::to_string(width), name});
       } else {
         variable.width = static_cast<int>(width);
@@ -413,6 +418,14 @@ bool ParseDictionaryText(const std::string& text, const std::string& file_name,
       for (size_t i = 0; i < value.size(); ++i) {
         ReadDatePart(value[i], LineAt(element_lines(key), i, key_line(key)), report, dictionary);
       }
+    } else if (key == "encoding") {
+      if (!value.is_string()) {
+        report.Error(msg::kDictNeedText, key_line(key), {key});
+      } else if (!IsKnownEncoding(value.get<std::string>())) {
+        report.Error(msg::kDictEncoding, key_line(key), {value.get<std::string>()});
+      } else {
+        dictionary.encoding = value.get<std::string>();
+      }
     } else {
       report.Warning(msg::kDictUnknownField, key_line(key), key);
     }
@@ -530,7 +543,8 @@ const char* ComponentWord(DateComponent component) {
   return "";
 }
 
-std::string DictionaryText(const Dataset& dataset) {
+std::string DictionaryText(const Dataset& dataset, ParserMessage& messages,
+                           const std::string& file) {
   using ordered = nlohmann::ordered_json;
   const DateDefinition& dates = dataset.GetDateDefinition();
   std::set<int> made;
@@ -544,7 +558,13 @@ std::string DictionaryText(const Dataset& dataset) {
     ordered entry;
     entry["name"] = v.name;
     entry["type"] = v.IsString() ? "string" : "numeric";
-    if (v.IsString()) entry["width"] = v.type;
+    if (v.IsString()) {
+      if (v.type > kMaxWidth) {
+        messages.SimpleWarning(msg::kDictWidthCapped, file, v.name, std::to_string(v.type),
+                               std::to_string(kMaxWidth));
+      }
+      entry["width"] = std::min(v.type, kMaxWidth);
+    }
     entry["format"] = FormatText(v.format);
     entry["measure"] = MeasureWord(v.measure);
     if (!v.label.empty()) entry["label"] = v.label;
@@ -584,8 +604,8 @@ std::string DictionaryText(const Dataset& dataset) {
     }
     root["dateDefinition"] = std::move(parts);
   }
-  // Texts from a data file in another encoding are not UTF-8; they are replaced rather than
-  // stop the save.
+  // Texts are read as UTF-8; a byte that still is not (an AHEX string's value label) is
+  // replaced rather than stop the save.
   return root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 

@@ -41,6 +41,7 @@ struct DictDatePart {
 
 struct Dictionary {
   std::string file;  // for messages
+  std::string encoding;  // of the data file; empty: UTF-8
   std::vector<DictVariable> variables;
   std::vector<DictDatePart> date_parts;
 };
@@ -64,8 +65,11 @@ bool ApplyValueSettings(const DictVariable& entry, const std::string& file, Vari
                         ParserMessage& messages);
 
 // The dictionary of a dataset as JSON text, in the form above. The variables made by the date
-// definition are left out: its "dateDefinition" makes them again.
-std::string DictionaryText(const Dataset& dataset);
+// definition are left out: its "dateDefinition" makes them again. A string wider than the
+// largest width a dictionary takes is given that width, with a warning naming `file`, so that
+// the text always reads back (loading grows the width again to fit).
+std::string DictionaryText(const Dataset& dataset, ParserMessage& messages,
+                           const std::string& file);
 
 // Names for the words of the file.
 const char* MeasureWord(Measure measure);

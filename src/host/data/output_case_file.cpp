@@ -13,6 +13,7 @@
 #include "host/data/data_messages.h"
 #include "host/data/dataset_io.h"
 #include "host/data/dictionary.h"
+#include "host/data/password_text.h"
 #include "host/data/procedure_data_source.h"
 #include "host/messages/parser_message.h"
 #include "host/session.h"
@@ -314,12 +315,15 @@ bool IndependentDataStore::WriteProtected(ParserMessage& messages) const {
   // The archive is built in memory and written in one atomic step, so a failure anywhere
   // leaves a file of that name as it was.
   support::ZipArchiveWriter writer;
-  const std::string& password = spec_.GetPassword();
+  // An encoded password (ENCRYPTEDPW=YES) protects the file under its plain form.
+  const std::string password = spec_.IsPasswordEncrypted()
+                                   ? host::DecodePassword(spec_.GetPassword())
+                                   : spec_.GetPassword();
   support::Status status =
       writer.AddText(host::kProtectedDataMember, host::CsvText(*data_), password);
   if (status.ok()) {
-    status =
-        writer.AddText(host::kProtectedDictionaryMember, host::DictionaryText(*data_), password);
+    status = writer.AddText(host::kProtectedDictionaryMember,
+                            host::DictionaryText(*data_, messages, path), password);
   }
   if (status.ok())
     status = writer.WriteTo(path);

@@ -77,6 +77,8 @@ class TCMParserShell : public CommandDescriptor {
   bool ReadSave(const SubComObj& subcommand);
   bool ReadPassProtect(const SubComObj& subcommand);
   bool ReadOutfile(const SubComObj& subcommand);
+  // After OUTFILE: a password with no data file to protect warns that it is not used.
+  void WarnPasswordWithoutFile();
 };
 
 // Keeps at most two FILTEREDOUTPUT records: the last written for each series type wins, and a

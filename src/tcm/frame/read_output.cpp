@@ -460,3 +460,10 @@ bool TCMParserShell::ReadOutfile(const SubComObj& subcommand) {
   }
   return true;
 }
+
+void TCMParserShell::WarnPasswordWithoutFile() {
+  // Silently dropping the password would leave the user believing the data are protected.
+  if (spec->password != "NONE" && !spec->outData.IsFile()) {
+    messages->SimpleWarning("PWD_NO_DATA_FILE_KEY");
+  }
+}

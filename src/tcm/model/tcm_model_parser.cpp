@@ -195,5 +195,6 @@ bool TCMModelParser::ReadGlobalGroup(const GroupComObj& global) {
   if (const SubComObj* outfile = global.getSubComObj("OUTFILE")) {
     if (!ReadOutfile(*outfile)) return false;
   }
+  WarnPasswordWithoutFile();
   return true;
 }

@@ -5,6 +5,7 @@
 #include "data_test_util.h"
 #include "host/data/data_messages.h"
 #include "support/time.h"
+#include "support/zip_archive.h"
 
 namespace host {
 namespace {
@@ -111,18 +112,105 @@ TEST(CsvReaderTest, BrokenFilesGiveOneClearError) {
   EXPECT_EQ(LoadDataset(folder.File(""), "", is_folder), nullptr);
   EXPECT_THAT(Keys(is_folder), ElementsAre(msg::kFileIsFolder));
 
+  // Files that are not CSV text at all: each says what it is.
   folder.Write("wide.csv", std::string("\xFF\xFE" "a\0,\0b\0", 8));
-  ParserMessage utf16;
-  EXPECT_EQ(LoadDataset(folder.File("wide.csv"), "", utf16), nullptr);
-  EXPECT_THAT(Keys(utf16), ElementsAre(msg::kFileUtf16));
+  support::ZipArchiveWriter plain;
+  ASSERT_TRUE(plain.AddText("data.csv", "a,b\n1,2\n").ok());
+  ASSERT_TRUE(plain.WriteTo(folder.File("plain.zip")).ok());
+  std::vector<std::pair<std::string, const char*>> cases = {{"wide.csv", msg::kFileUtf16},
+                                                            {"plain.zip", msg::kFileArchive}};
+  if (support::ZipArchiveWriter::AesSupported()) {
+    support::ZipArchiveWriter locked;
+    ASSERT_TRUE(locked.AddText("data.csv", "a,b\n1,2\n", "s3cret").ok());
+    ASSERT_TRUE(locked.WriteTo(folder.File("locked.csv")).ok());
+    cases.emplace_back("locked.csv", msg::kFileEncrypted);
+  }
+  for (const auto& [file, key] : cases) {
+    ParserMessage refused;
+    EXPECT_EQ(LoadDataset(folder.File(file), "", refused), nullptr) << file;
+    EXPECT_THAT(Keys(refused), ElementsAre(key)) << file;
+    EXPECT_THAT(refused.Raised()[0].args, ElementsAre(folder.File(file)));
+  }
+}
 
-  // Latin-1 text loads, with a warning where it starts.
-  ParserMessage latin;
-  auto data = LoadText("city\nBonn\nK\xF6ln\n", latin);
+// Data that are odd but valid load: a value that does not read in a column of dates or numbers
+// is missing (one warning with its line), and a text that is not UTF-8 is read as latin-1.
+TEST(CsvReaderTest, OddValuesLoadWithOneWarning) {
+  std::string dates;
+  for (int d = 1; d <= 9; ++d) dates += "2019-03-0" + std::to_string(d) + "\n";
+  std::string numbers = "n\n";
+  for (int n = 1; n <= 20; ++n) numbers += std::to_string(n) + "\n";
+  struct Case {
+    std::string csv;
+    int bad_row;         // -1: none
+    PrintFormat format;  // of column 0
+    const char* key;     // the one warning
+    std::vector<std::string> args;
+  };
+  const Case cases[] = {
+      {"day\n2019-02-28\n2019-02-30\n" + dates, 1, PrintFormat{fmt::kDate, 11, 0}, msg::kBadValue,
+       {"data.csv", "day", "DATE11", "1", "line 3 \"2019-02-30\""}},
+      {numbers + "1O\n12\nn/a\n", 20, PrintFormat{fmt::kF, 8, 0}, msg::kBadValue,
+       {"data.csv", "n", "F8.0", "2", "line 22 \"1O\", line 24 \"n/a\""}},
+      // Mostly texts: a string, as wide as its longest value, with nothing to warn of.
+      {"code\nA1\n12\nB2\n", -1, PrintFormat{fmt::kA, 2, 0}, nullptr, {}},
+      {"city\nBonn\nK\xF6ln\nM\xFCnster\n", -1, PrintFormat{fmt::kA, 8, 0}, msg::kNotUtf8,
+       {"data.csv", "3", "K\xC3\xB6ln", "2"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.csv);
+    ParserMessage messages;
+    auto data = LoadText(c.csv, messages);
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(data->GetVariable(0).format, c.format);
+    if (c.bad_row >= 0) {
+      EXPECT_TRUE(IsSysMiss(data->GetNumber(c.bad_row, 0)));
+    }
+    if (c.key == nullptr) {
+      EXPECT_TRUE(messages.Raised().empty());
+      continue;
+    }
+    ASSERT_THAT(Keys(messages), ElementsAre(c.key));
+    EXPECT_EQ(messages.Raised()[0].args, c.args);
+    EXPECT_EQ(messages.Raised()[0].severity, Severity::Warning);
+  }
+  // A latin-1 name is read the same way.
+  ParserMessage messages;
+  auto data = LoadText("Gr\xF6\xDF" "e\n1\n", messages);
   ASSERT_NE(data, nullptr);
-  const auto not_utf8 = Raised(latin, msg::kNotUtf8);
-  ASSERT_EQ(not_utf8.size(), 1u);
-  EXPECT_THAT(not_utf8[0].args, ElementsAre("data.csv", "3"));
+  EXPECT_EQ(data->GetVariable(0).name, "Gr\xC3\xB6\xC3\x9F" "e");
+}
+
+// A dictionary names the encoding of the whole file; a byte that does not read in it is an
+// error with its line, and a name the system does not know is refused.
+TEST(CsvReaderTest, TheDictionaryNamesTheEncoding) {
+  test::TempFolder folder;
+  folder.Write("prices.csv", "item,price\nBrot,1\n\x80 coin,2\n");
+  struct Case {
+    std::string encoding;
+    const char* key;  // null: loads
+    std::vector<std::string> args;
+  };
+  const Case cases[] = {
+      {"windows-1252", nullptr, {}},
+      {"ASCII", msg::kNotInEncoding, {folder.File("prices.csv"), "3", "ASCII"}},
+      {"klingon-9", msg::kDictEncoding, {folder.File("prices.dict.json"), "1", "klingon-9"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.encoding);
+    folder.Write("prices.dict.json", "{\"encoding\": \"" + c.encoding + "\"}");
+    ParserMessage messages;
+    auto data = LoadDataset(folder.File("prices.csv"), "", messages);
+    if (c.key == nullptr) {
+      ASSERT_NE(data, nullptr) << ::testing::PrintToString(Keys(messages));
+      EXPECT_TRUE(messages.Raised().empty());
+      EXPECT_EQ(data->GetText(1, 0), "\xE2\x82\xAC coin");  // the euro sign
+      continue;
+    }
+    EXPECT_EQ(data, nullptr);
+    ASSERT_THAT(Keys(messages), ElementsAre(c.key));
+    EXPECT_EQ(messages.Raised()[0].args, c.args);
+  }
 }
 
 TEST(CsvReaderTest, TypeInference) {

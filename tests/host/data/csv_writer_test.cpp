@@ -86,6 +86,29 @@ TEST(CsvWriterTest, SavedDataReadBackTheSame) {
   ExpectSameDataset(*data, *back);
 }
 
+// A text wider than any dictionary width is saved with the largest width, so the pair still
+// loads, and loading grows the width again without cutting the text.
+TEST(CsvWriterTest, AWideTextSavesADictionaryThatReadsBack) {
+  const std::string wide(40000, 'x');
+  ParserMessage messages;
+  auto data = LoadText("note\n" + wide + "\nshort\n", messages);
+  ASSERT_NE(data, nullptr);
+  test::TempFolder folder;
+  ASSERT_TRUE(SaveDataset(*data, folder.File("wide.csv"), messages));
+  const auto capped = Raised(messages, msg::kDictWidthCapped);
+  ASSERT_EQ(capped.size(), 1u);
+  EXPECT_THAT(capped[0].args,
+              ElementsAre(folder.File("wide.dict.json"), "note", "40000", "32767"));
+  EXPECT_THAT(folder.Read("wide.dict.json"), HasSubstr("\"width\": 32767"));
+
+  ParserMessage load_messages;
+  auto back = LoadDataset(folder.File("wide.csv"), "", load_messages);
+  ASSERT_NE(back, nullptr) << ::testing::PrintToString(Keys(load_messages));
+  EXPECT_THAT(Keys(load_messages), ElementsAre(msg::kDictWidthGrown));
+  EXPECT_EQ(back->GetText(0, 0), wide);
+  EXPECT_EQ(back->GetVariable(0).type, 40000);
+}
+
 TEST(CsvWriterTest, QuotesWhatTheReaderWouldOtherwiseChange) {
   Dataset data;
   Variable text;

@@ -73,7 +73,7 @@ TEST(DictionaryTest, OverridesInferenceAndSetsLabelsAndMissingValues) {
   EXPECT_TRUE(IsSysMiss(data->GetNumber(2, 4)));
   const auto bad = Raised(messages, msg::kBadValue);
   ASSERT_EQ(bad.size(), 1u);
-  EXPECT_THAT(bad[0].args, ElementsAre("data.csv", "4", "13/01/2015", "when", "ADATE10"));
+  EXPECT_THAT(bad[0].args, ElementsAre("data.csv", "when", "ADATE10", "1", "line 4 \"13/01/2015\""));
   EXPECT_EQ(messages.ErrorCount(), 0);
 
   // The procedure's view answers the same.

@@ -6,6 +6,7 @@
 
 #include "data_test_util.h"
 #include "host/data/data_messages.h"
+#include "host/data/password_text.h"
 #include "host/data/procedure_data_source.h"
 #include "host/session.h"
 #include "support/zip_archive.h"
@@ -18,12 +19,13 @@ using test::LoadText;
 using test::TempFolder;
 using ::testing::ElementsAre;
 
-UserCaseFileSpec FileSpec(const std::string& path, const std::string& password = {}) {
+UserCaseFileSpec FileSpec(const std::string& path, const std::string& password = {},
+                          bool encoded = false) {
   UserCaseFileSpec spec;
   if (password.empty()) {
     EXPECT_TRUE(spec.Init(path, true, true)) << path;
   } else {
-    EXPECT_TRUE(spec.Init(path, true, true, password, false)) << path;
+    EXPECT_TRUE(spec.Init(path, true, true, password, encoded)) << path;
   }
   return spec;
 }
@@ -300,10 +302,16 @@ TEST(OutputCaseFileTest, PasswordProtectedFile) {
     GTEST_SKIP() << "no AES-256 in libzip";
   TempFolder folder;
   const std::string path = folder.File("secret.csv");
+  // The encoded form (ENCRYPTEDPW=YES) protects the file under the plain password.
+  ParserMessage messages;
+  IndependentDataStore encoded(FileSpec(path, EncodePassword("s3cret"), true));
+  FillSample(encoded);
+  ASSERT_TRUE(encoded.EndFile(&messages)) << ::testing::PrintToString(Keys(messages));
+  EXPECT_NE(LoadProtectedDataset(path, "s3cret", messages), nullptr);
+
   IndependentDataStore store(FileSpec(path, "s3cret"));
   EXPECT_TRUE(store.GetFileSpecExt().HasPassword());
   FillSample(store);
-  ParserMessage messages;
   ASSERT_TRUE(store.EndFile(&messages)) << ::testing::PrintToString(Keys(messages));
   // One archive and no dictionary beside it: nothing readable leaves without the password.
   EXPECT_THAT(folder.Files(), ElementsAre("secret.csv"));
@@ -337,6 +345,23 @@ TEST(OutputCaseFileTest, PasswordProtectedFile) {
   EXPECT_FALSE(blocked.EndFile(&refused));
   EXPECT_THAT(Keys(refused), ElementsAre(msg::kWritePathIsFolder));
   EXPECT_TRUE(std::filesystem::is_directory(folder.File("dir.csv")));
+}
+
+// The encoded form hides every printable character, keeps the length (the 10-character limit
+// holds for both forms) and other bytes, and decodes back.
+TEST(OutputCaseFileTest, PasswordEncodingRoundTrips) {
+  std::string printable;
+  for (char c = ' '; c <= '~'; ++c) printable += c;
+  for (const std::string& password :
+       {printable, std::string("s3cret"), std::string("\xC3\xA9t\xC3\xA9"), std::string()}) {
+    const std::string encoded = EncodePassword(password);
+    EXPECT_EQ(encoded.size(), password.size());
+    EXPECT_EQ(DecodePassword(encoded), password);
+    for (std::size_t i = 0; i < password.size(); ++i) {
+      const bool ascii = static_cast<unsigned char>(password[i]) < 0x80;
+      EXPECT_EQ(encoded[i] != password[i], ascii) << password << " at " << i;
+    }
+  }
 }
 
 } // namespace

@@ -55,6 +55,7 @@ const std::map<std::string, int> kModuleKeyArguments = {
     {"INCOMPATIBLE_SPEC_KEY", 0},
     // Output, saving, data checks, model system files
     {"PWD_TOO_LONG_KEY", 0},
+    {"PWD_NO_DATA_FILE_KEY", 0},
     {"NO_RCA_KEY", 0},
     {"DE_ERROR_KEY", 0},
     {"INVALID_MODEL_KEY", 0},

@@ -385,6 +385,22 @@ TEST(Outfile, DataFileTakesThePasswordOnlyForAFile) {
   EXPECT_TRUE(r.spec.outData.IsFile());
   EXPECT_FALSE(r.spec.outData.HasPassword());
 
+  // A password with no data file to protect is not used, and says so.
+  struct Case {
+    std::string subcommands;
+    bool warns;
+  };
+  const std::string file = "/OUTFILE DATA='" + dir + "/scored.csv'";
+  for (const Case& c : {Case{"/PASSPROTECT PASSWORD='secret'", true},
+                        Case{"/OUTFILE DATA=* /PASSPROTECT PASSWORD='secret'", true},
+                        Case{"/OUTFILE DATA=scored /PASSPROTECT PASSWORD='secret'", true},
+                        Case{"/PASSPROTECT PASSWORD='NONE'", false},
+                        Case{file + " /PASSPROTECT PASSWORD='secret'", false}}) {
+    r = Model(c.subcommands);
+    ASSERT_TRUE(r.ok) << c.subcommands << ": " << r.Describe();
+    EXPECT_EQ(r.Has("PWD_NO_DATA_FILE_KEY"), c.warns) << c.subcommands << ": " << r.Describe();
+  }
+
   r = Model("/OUTFILE DATA='" + dir + "/no/such/folder/scored.csv'");
   EXPECT_FALSE(r.ok);
   EXPECT_FALSE(r.spec.outData.IsInit());
