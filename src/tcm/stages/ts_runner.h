@@ -97,6 +97,8 @@ class TSRunner {
   bool SaveResultData();
   // A new output pair; the former one stays until the end of the run.
   void NewOutputPair();
+  // Says that the target filter and the series filters selected no target to score.
+  void ReportNoTargetSelected();
   // The model system that the readers use: the re-estimated one when there is one.
   const ASSimpleContainer* CurrentModelFile() const;
 
