@@ -1,70 +1,18 @@
 // End-to-end tests of the tcm program: run as a user would, with files in a temporary folder.
-#include <gtest/gtest.h>
-
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
-#include "support/temp_file.h"
-#include "support/zip_archive.h"
+#include "e2e/tcm_run.h"
 
 namespace {
-namespace fs = std::filesystem;
-
-struct Outcome {
-  int status = -1;
-  std::string out;  // standard output and standard error together
-};
-
-Outcome Tcm(const std::string& arguments, const std::string& input = {}) {
-  std::string command = std::string(TCM_PROGRAM) + " " + arguments + " 2>&1";
-  if (!input.empty()) command = "printf '%s' '" + input + "' | " + command;
-  Outcome outcome;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return outcome;
-  char buffer[4096];
-  std::size_t read = 0;
-  while ((read = fread(buffer, 1, sizeof buffer, pipe)) > 0) outcome.out.append(buffer, read);
-  const int status = pclose(pipe);
-  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return outcome;
-}
-
-std::string Write(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-  return path.string();
-}
-
-std::string ReadAll(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
+using namespace tcm_e2e;
 
 const std::string kSales = std::string(TCM_SOURCE_DIR) + "/examples/retail/sales.csv";
-
-class TcmProgram : public ::testing::Test {
- protected:
-  void SetUp() override {
-    auto dir = support::TempDir::Create("tcm_program");
-    ASSERT_TRUE(dir.ok()) << dir.message();
-    dir_ = std::make_unique<support::TempDir>(std::move(dir.value()));
-  }
-  fs::path Path(const std::string& name) const { return dir_->path() / name; }
-
-  std::unique_ptr<support::TempDir> dir_;
-};
 
 TEST_F(TcmProgram, UsageErrorsExitTwoAndHelpExitsZero) {
   EXPECT_EQ(Tcm("--help").status, 0);
@@ -185,14 +133,6 @@ TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {
 }  // namespace
 
 namespace {
-
-// One member of a zip archive as text; empty when it cannot be read.
-std::string ArchiveMember(const fs::path& archive, const std::string& member) {
-  auto reader = support::ZipArchiveReader::Open(archive.string());
-  if (!reader) return {};
-  auto text = reader->ReadText(member);
-  return text ? *text : std::string();
-}
 
 // The inputs of every target of a graph: target metric and combination -> input metrics of
 // the same combination, and the count of inputs from another combination.
