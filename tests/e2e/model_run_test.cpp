@@ -38,9 +38,9 @@ std::string Data(const std::vector<std::string>& stores) {
   return csv;
 }
 
-const char* const kDictionary =
-    R"({"variables": [{"name": "stamp", "type": "string"},
-                      {"name": "store", "type": "numeric", "format": "F8.2", "measure": "nominal"}]})";
+const char* const kDictionary = R"({"variables": [
+    {"name": "stamp", "type": "string"},
+    {"name": "store", "type": "numeric", "format": "F8.2", "measure": "nominal"}]})";
 const char* const kSettings =
     "TCM MODEL /DATASETTINGS TIMETYPE=ISO8601 TIMEVAR=stamp DIMENSIONS=store INPUTINTERVAL=DAY\n";
 const char* const kFields = "\n /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n";
@@ -68,13 +68,16 @@ void Collect(const Json& items, const std::string& path, Report& report) {
     if (type == "message") {
       const std::string key = "message:" + item.value("source", "");
       std::string args;
-      for (const Json& arg : item["args"]) args += (args.empty() ? "" : ",") + arg.get<std::string>();
+      for (const Json& arg : item["args"])
+        args += (args.empty() ? "" : ",") + arg.get<std::string>();
       report.entries.push_back(key);
       report.entries.push_back(key + "(" + args + ")");
     } else if (type == "text") {
-      for (const Json& line : item["lines"]) report.entries.push_back("line:" + line.get<std::string>());
+      for (const Json& line : item["lines"])
+        report.entries.push_back("line:" + line.get<std::string>());
     } else if (type == "notes") {
-      for (const Json& row : item["rowLabels"]) report.entries.push_back("note:" + row.get<std::string>());
+      for (const Json& row : item["rowLabels"])
+        report.entries.push_back("note:" + row.get<std::string>());
     } else if (item.contains("items")) {
       const std::string inner = type == "procedure" ? std::string() : path + title + "/";
       if (type == "heading") report.entries.push_back(inner);
@@ -199,13 +202,17 @@ TEST_F(ModelRun, ReportsShowWhatTheCommandAsks) {
   for (const ReportCase& c : cases) {
     const Report report = Run(c.stores, kSettings + c.subcommands + kFields);
     EXPECT_EQ(outcome_.status, 0) << c.what << "\n" << outcome_.out;
-    for (const std::string& entry : c.shown)
-      EXPECT_TRUE(report.Has(entry)) << c.what << ": " << entry << " missing from\n" << report.Text();
-    for (const std::string& entry : c.notShown)
+    for (const std::string& entry : c.shown) {
+      EXPECT_TRUE(report.Has(entry)) << c.what << ": " << entry << " missing from\n"
+                                     << report.Text();
+    }
+    for (const std::string& entry : c.notShown) {
       EXPECT_FALSE(report.Has(entry)) << c.what << ": " << entry << " shown in\n" << report.Text();
+    }
   }
   // The flows come in their order.
-  const Report flows = Run(kWholeStores, kSettings + std::string("/DEBUG_ /SERIESFILTER FIELDS=y") + kFields);
+  const Report flows =
+      Run(kWholeStores, kSettings + std::string("/DEBUG_ /SERIESFILTER FIELDS=y") + kFields);
   const auto at = [&](const char* line) {
     return std::find(flows.entries.begin(), flows.entries.end(), std::string("line:") + line) -
            flows.entries.begin();
@@ -261,16 +268,20 @@ TEST_F(ModelRun, SavedDataKeepIsoTimesAndReadBack) {
   const std::string model = "/OUTFILE MODELSYSTEM='" + Path("first.zip").string() + "'";
   Run(kWholeStores, kSettings + model + kFields);
   ASSERT_EQ(outcome_.status, 0) << outcome_.out;
-  const std::string again = Write(
-      Path("again.tcm"),
-      kSettings + std::string("/OUTFILE MODELSYSTEM='") + Path("second.zip").string() + "'" + kFields);
+  const std::string again =
+      Write(Path("again.tcm"), kSettings + std::string("/OUTFILE MODELSYSTEM='") +
+                                   Path("second.zip").string() + "'" + kFields);
   const Outcome reread = Tcm("run " + again + " --data " + Path("saved.csv").string());
   ASSERT_EQ(reread.status, 0) << reread.out;
-  const Json first = Json::parse(ArchiveMember(Path("first.zip"), "TSDPOutput.json"), nullptr, false);
-  const Json second = Json::parse(ArchiveMember(Path("second.zip"), "TSDPOutput.json"), nullptr, false);
-  ASSERT_TRUE(first.is_object() && second.is_object());
-  EXPECT_EQ(second["output"]["timeVariable"], first["output"]["timeVariable"]);
-  EXPECT_EQ(second["output"]["timeVariable"].size(), static_cast<std::size_t>(kDays));
+  const auto timeAxis = [&](const char* archive) {
+    const Json record =
+        Json::parse(ArchiveMember(Path(archive), "TSDPOutput.json"), nullptr, false);
+    return record.is_object() ? record["output"]["timeVariable"] : Json();
+  };
+  const Json first = timeAxis("first.zip");
+  const Json second = timeAxis("second.zip");
+  EXPECT_EQ(first.size(), static_cast<std::size_t>(kDays));
+  EXPECT_EQ(second, first);
 }
 
 // Results merged into the active dataset keep only the cases that have results, and the user is

@@ -292,10 +292,11 @@ bool FillMergedDataset(EmbeddedAS::RowDataIterator& rows, IndependentDataStore& 
     }
     store.AddCase(c);
   }
-  // Cases the engine sent no row for (outside the estimation period, or of series that were
-  // dropped) are not in the new dataset: say how many.
+  // Cases the engine sent no row for (outside the estimation period) are not in the new
+  // dataset: say how many.
   const int64_t dropped = context.activeData.GetNumberOfCases() - matched;
-  if (dropped > 0) context.messages.GenericWarning("MERGE_CASES_DROPPED_KEY", std::to_string(dropped));
+  if (dropped > 0)
+    context.messages.GenericWarning("MERGE_CASES_DROPPED_KEY", std::to_string(dropped));
   return true;
 }
 
