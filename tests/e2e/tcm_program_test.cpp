@@ -1,44 +1,17 @@
 // End-to-end tests of the tcm program: run as a user would, with files in a temporary folder.
-#include <gtest/gtest.h>
-
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
-#include "e2e/tcm_driver.h"
-#include "support/temp_file.h"
-#include "support/zip_archive.h"
+#include "e2e/tcm_run.h"
 
 namespace {
-namespace fs = std::filesystem;
+using namespace tcm_e2e;
 
-using e2e::Outcome;
-using e2e::ReadAll;
-using e2e::Tcm;
-using e2e::Write;
-using e2e::kSales;
-
-class TcmProgram : public ::testing::Test {
- protected:
-  void SetUp() override {
-    auto dir = support::TempDir::Create("tcm_program");
-    ASSERT_TRUE(dir.ok()) << dir.message();
-    dir_ = std::make_unique<support::TempDir>(std::move(dir.value()));
-  }
-  fs::path Path(const std::string& name) const { return dir_->path() / name; }
-
-  std::unique_ptr<support::TempDir> dir_;
-};
 
 TEST_F(TcmProgram, UsageErrorsExitTwoAndHelpExitsZero) {
   EXPECT_EQ(Tcm("--help").status, 0);
@@ -236,14 +209,6 @@ TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {
 }  // namespace
 
 namespace {
-
-// One member of a zip archive as text; empty when it cannot be read.
-std::string ArchiveMember(const fs::path& archive, const std::string& member) {
-  auto reader = support::ZipArchiveReader::Open(archive.string());
-  if (!reader) return {};
-  auto text = reader->ReadText(member);
-  return text ? *text : std::string();
-}
 
 // The inputs of every target of a graph: target metric and combination -> input metrics of
 // the same combination, and the count of inputs from another combination.

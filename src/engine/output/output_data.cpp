@@ -8,6 +8,7 @@
 
 #include "engine/model/forecast.h"
 #include "engine/model/model_archive.h"
+#include "support/print_format.h"
 #include "support/text.h"
 #include "support/time.h"
 #include "support/zip_archive.h"
@@ -40,6 +41,29 @@ std::string PeriodLabel(const PanelAxis& axis, double point, const OutputConfig&
   return support::FormatTime(seconds, format);
 }
 
+// The print format of a numeric dimension field, as the data model carries it from the dataset.
+std::optional<support::PrintFormat> NumericFormatOf(const Field* field) {
+  if (field == nullptr || field->storage == Storage::kString) return std::nullopt;
+  return support::ParseFormat(field->format).format;
+}
+
+// A dimension value as the dataset prints it: a numeric value in its field's print format, so
+// that a series is named here exactly as the procedure names it when it picks the series out of
+// this document; the value as it stands for texts and for fields without a format.
+std::string ShownValue(const std::string& value, const Field* field) {
+  const auto format = NumericFormatOf(field);
+  const auto number = support::ParseNumber(value);
+  if (!format || !number) return value;
+  std::string text = support::FormatNumber(*number, *format);
+  return text.empty() ? value : text;
+}
+
+const Field* StreamField(const Table* stream, const std::string& name) {
+  if (stream == nullptr) return nullptr;
+  auto index = stream->model.Find(name);
+  return index ? &stream->model.fields[*index] : nullptr;
+}
+
 // The names of a series: key, plain text, labelled text and its composite text node.
 SeriesName NameOf(const model::SeriesRef& series, const std::vector<std::string>& dim_fields,
                   const Table* stream) {
@@ -53,46 +77,43 @@ SeriesName NameOf(const model::SeriesRef& series, const std::vector<std::string>
   children.push_back(StringDataChild(series.metric));
   for (std::size_t d = 0; d < dim_fields.size() && d < series.dims.size(); ++d) {
     const std::string& value = series.dims[d];
-    const Field* field = nullptr;
-    if (stream != nullptr) {
-      if (auto index = stream->model.Find(dim_fields[d])) field = &stream->model.fields[*index];
-    }
-    std::string label = value;
+    const Field* field = StreamField(stream, dim_fields[d]);
+    const std::string shown = ShownValue(value, field);
+    std::string label = shown;
     if (field != nullptr) {
       for (const engine::Category& category : field->categories) {
         if (!category.label.empty() && SameValue(category.value, value)) label = category.label;
       }
     }
-    name.text += "-" + dim_fields[d] + ":" + value;
+    name.text += "-" + dim_fields[d] + ":" + shown;
     name.label += "-" + dim_fields[d] + ":" + label;
     children.push_back(StringChild("-"));
     children.push_back(StringChild(dim_fields[d] + ":"));
-    const auto number = support::ParseNumber(value);
-    if (field != nullptr && field->storage != Storage::kString && number) {
-      children.push_back(NumericDataChild(*number, dim_fields[d]));
-    } else {
-      children.push_back(StringDataChild(value));
-    }
+    children.push_back(StringDataChild(shown));
   }
   name.composite = CompositeText(std::move(children), name.key);
   return name;
 }
 
-// The dataDictionary: the numeric dimension fields, with no decimals when all values are whole.
+// The dataDictionary: the numeric dimension fields with the decimals of their print format
+// (none when a field has no format and all its values are whole).
 Node DictionaryOf(const std::vector<std::string>& dim_fields, const model::ModelSystem& system,
                   const Table* stream) {
   Node fields = Node::array();
   for (std::size_t d = 0; d < dim_fields.size(); ++d) {
-    if (stream == nullptr) break;
-    auto index = stream->model.Find(dim_fields[d]);
-    if (!index || stream->model.fields[*index].storage == Storage::kString) continue;
-    bool whole = true;
-    for (const model::SeriesRef& series : system.series) {
-      if (d >= series.dims.size()) continue;
-      const auto number = support::ParseNumber(series.dims[d]);
-      if (number && *number != std::floor(*number)) whole = false;
+    const Field* field = StreamField(stream, dim_fields[d]);
+    if (field == nullptr || field->storage == Storage::kString) continue;
+    int decimals = 0;
+    if (const auto format = NumericFormatOf(field)) {
+      decimals = format->decimals;
+    } else {
+      for (const model::SeriesRef& series : system.series) {
+        if (d >= series.dims.size()) continue;
+        const auto number = support::ParseNumber(series.dims[d]);
+        if (number && *number != std::floor(*number)) decimals = 2;
+      }
     }
-    fields.push_back({{"name", dim_fields[d]}, {"decimalPlaces", whole ? 0 : 2}});
+    fields.push_back({{"name", dim_fields[d]}, {"decimalPlaces", decimals}});
   }
   return {{"fields", std::move(fields)}};
 }

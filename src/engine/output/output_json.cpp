@@ -17,10 +17,6 @@ Node StringDataChild(const std::string& value) {
   return {{"text", {{"stringDataText", {{"value", value}}}}}};
 }
 
-Node NumericDataChild(double value, const std::string& variable) {
-  return {{"text", {{"numericDataText", {{"value", Number(value)}, {"variable", variable}}}}}};
-}
-
 Node StringChild(const std::string& value) {
   return {{"text", {{"stringText", {{"value", value}}}}}};
 }

@@ -17,9 +17,8 @@ Node Number(double value);
 // {"type": type} with "decimals" when `decimals` >= 0.
 Node Format(const char* type, int decimals = -1);
 
-// Composite text children: a data string, a number naming its field, a plain string.
+// Composite text children: a data string (a value as the data show it), a plain string.
 Node StringDataChild(const std::string& value);
-Node NumericDataChild(double value, const std::string& variable);
 Node StringChild(const std::string& value);
 // A composite text node of these children, with the raw series key when not empty.
 Node CompositeText(Node children, const std::string& key = {});

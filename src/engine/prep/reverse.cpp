@@ -6,8 +6,37 @@
 #include <numeric>
 
 #include "engine/series/panel.h"
+#include "support/print_format.h"
+#include "support/time.h"
 
 namespace engine {
+namespace {
+
+// A time field that came in as text: its print format is a string format, while the conversion
+// on the way in made it numbers (seconds).
+bool TimeCameAsText(const Field& field) {
+  const auto format = support::ParseFormat(field.format).format;
+  return field.storage != Storage::kString && format && support::IsStringFormat(format->type);
+}
+
+// Seconds back to ISO 8601 text: the date alone for data by days. What the user's text had
+// beyond the time value (a "T", a zone mark) is not kept; the time value is.
+Column TimeTexts(const Column& seconds, const std::vector<std::size_t>& order, bool by_days) {
+  Column column(Storage::kString);
+  column.Reserve(order.size());
+  const char* pattern = by_days ? "%Y-%m-%d" : "%Y-%m-%d %H:%M:%S";
+  for (std::size_t row : order) {
+    const double value = seconds.AsNumber(row);
+    if (value == kSystemMissing) {
+      column.AppendMissing();
+    } else {
+      column.AppendText(support::FormatTime(static_cast<std::int64_t>(std::floor(value)), pattern));
+    }
+  }
+  return column;
+}
+
+}  // namespace
 
 bool ReverseToInput(const Table& table, const support::Json& output, bool export_future_flag,
                     const std::string& place, MessageQueue& messages, Table& result) {
@@ -106,6 +135,12 @@ bool ReverseToInput(const Table& table, const support::Json& output, bool export
       field = input_fields.fields[*original];
       // Metrics keep real storage: sums and means are seldom whole numbers.
       if (metric) field.storage = Storage::kReal;
+      // Times given as text go back as text, so that data saved from here keep them.
+      if (!axis->IsCyclic() && field.name == axis->time_field && TimeCameAsText(field)) {
+        field.storage = Storage::kString;
+        result.AddColumn(std::move(field), TimeTexts(source, order, axis->time_format == "date"));
+        continue;
+      }
     }
     Column column(field.storage);
     column.Reserve(order.size());

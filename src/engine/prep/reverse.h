@@ -11,7 +11,8 @@ namespace engine {
 
 // Gives `table` (the prepared panel, with result columns and future rows where scoring added
 // them) the form of the input that the preparation described in `output`: the dimension, time
-// and metric fields take back their input definitions (time fields their storage too), result
+// and metric fields take back their input definitions (time fields their storage too: a time
+// that came as text, a field with a string print format, goes back as ISO 8601 text), result
 // columns are carried along, and "$FutureFlag" marks rows after the last prepared time point
 // (added or refreshed when `export_future_flag`, removed otherwise). When every prepared row was
 // one case, only rows of a case ("$casecount" present, in rising order) and future rows stay.

@@ -45,6 +45,19 @@ nlohmann::json CellJson(const Cell &cell) {
   return value;
 }
 
+nlohmann::json NodeJson(const OutputNode &node);
+
+// The children of a procedure or heading. Headings that no object filled are left out, as the
+// renderers for people leave them out.
+nlohmann::json ItemsJson(const OutputNode &node) {
+  nlohmann::json items = nlohmann::json::array();
+  for (const auto &child : node.children) {
+    if (HasContent(*child))
+      items.push_back(NodeJson(*child));
+  }
+  return items;
+}
+
 nlohmann::json NodeJson(const OutputNode &node) {
   nlohmann::json item = nlohmann::json::object();
   item["type"] = TypeName(node.kind);
@@ -52,10 +65,7 @@ nlohmann::json NodeJson(const OutputNode &node) {
   switch (node.kind) {
   case NodeKind::Procedure:
   case NodeKind::Heading: {
-    nlohmann::json items = nlohmann::json::array();
-    for (const auto &child : node.children)
-      items.push_back(NodeJson(*child));
-    item["items"] = std::move(items);
+    item["items"] = ItemsJson(node);
     break;
   }
   case NodeKind::Table:
@@ -98,10 +108,7 @@ nlohmann::json NodeJson(const OutputNode &node) {
 nlohmann::json RenderJson(const OutputDocument &document) {
   nlohmann::json out = nlohmann::json::object();
   out["title"] = document.title;
-  nlohmann::json items = nlohmann::json::array();
-  for (const auto &child : document.root.children)
-    items.push_back(NodeJson(*child));
-  out["items"] = std::move(items);
+  out["items"] = ItemsJson(document.root);
   if (!document.kept_model_systems.empty()) out["keptModelSystems"] = document.kept_model_systems;
   return out;
 }

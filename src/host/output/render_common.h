@@ -7,8 +7,6 @@
 
 namespace host {
 
-// False for a heading with nothing below it but other empty headings: a place holder that no
-// object filled. Renderers for people leave such headings out.
 // The layout of a table both renderers draw: the count of data columns, whether a row header
 // column stands first, and whether the column labels start with the corner's.
 struct TableShape {
@@ -19,6 +17,8 @@ struct TableShape {
 };
 TableShape ShapeOf(const Table &table);
 
+// False for a heading with nothing below it but other empty headings: a place holder that no
+// object filled. Every renderer leaves such headings out.
 bool HasContent(const OutputNode &node);
 
 // The translated word for a severity ("Error", "Warning", "Note").

@@ -63,6 +63,22 @@ bool IsWritableLocation(const std::string& path) {
   return fs::is_directory(folder, error) && !error;
 }
 
+bool CheckCommandFile(const std::string& path, bool for_output) {
+  if (!(for_output ? IsWritableLocation(path) : IsReadableFile(path))) return false;
+  // The run learns what the command reads and writes before anything runs, so that an output
+  // never replaces an input and an unwritable folder is found now, not after the work.
+  support::RunFiles* run = support::RunFiles::Current();
+  if (run == nullptr) return true;
+  const support::Status declared = for_output
+                                       ? run->AddOutput(path, "a file this command writes")
+                                       : run->AddInput(path, "a file this command reads");
+  if (!declared) {
+    ParserMessage messages;
+    messages.HostError("FILE_REFUSED_KEY", {declared.message()});
+  }
+  return declared.ok();
+}
+
 bool IsValidDatasetName(const std::string& name) {
   if (name.empty() || name.back() == '.')
     return false;
@@ -83,19 +99,7 @@ std::string GetExtendFilePath(const std::string& path, bool mustExist, bool /*re
                               bool folderMustExist) {
   std::string expanded;
   if (!host::ExpandUserPath(path, expanded)) return {};
-  if (mustExist && !host::IsReadableFile(expanded)) return {};
-  if (folderMustExist && !host::IsWritableLocation(expanded)) return {};
-  // The run learns what the command reads and writes before anything runs, so that an output
-  // never replaces an input and an unwritable folder is found now, not after the work.
-  if (support::RunFiles* run = support::RunFiles::Current(); run != nullptr) {
-    support::Status declared;
-    if (mustExist) declared = run->AddInput(expanded, "a file this command reads");
-    else if (folderMustExist) declared = run->AddOutput(expanded, "a file this command writes");
-    if (!declared) {
-      ParserMessage messages;
-      messages.HostError("FILE_REFUSED_KEY", {declared.message()});
-      return {};
-    }
-  }
+  if (mustExist && !host::CheckCommandFile(expanded, false)) return {};
+  if (folderMustExist && !host::CheckCommandFile(expanded, true)) return {};
   return expanded;
 }

@@ -19,6 +19,12 @@ bool IsReadableFile(const std::string& path);
 // True when the folder that would hold `path` exists and `path` itself is not a folder.
 bool IsWritableLocation(const std::string& path);
 
+// True when `path` (expanded) can serve a command: an existing file to read, or a file that can
+// be written (for_output). Within the program's run the file is declared to the run, which
+// refuses an output that is one of the run's inputs or a folder that takes no new file: then the
+// reason is posted as an error (FILE_REFUSED_KEY) and the result is false.
+bool CheckCommandFile(const std::string& path, bool for_output);
+
 // A name that a dataset of the session can carry: a name token of the language, no final period.
 bool IsValidDatasetName(const std::string& name);
 

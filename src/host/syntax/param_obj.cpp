@@ -115,10 +115,7 @@ bool ParamObj::getFilePath(std::string& path, bool for_output, bool check_access
   std::string expanded;
   if (!getStringOrLiteral(raw, quoted) || !host::ExpandUserPath(raw, expanded))
     return false;
-  if (check_access &&
-      !(for_output ? host::IsWritableLocation(expanded) : host::IsReadableFile(expanded))) {
-    return false;
-  }
+  if (check_access && !host::CheckCommandFile(expanded, for_output)) return false;
   path = std::move(expanded);
   return true;
 }

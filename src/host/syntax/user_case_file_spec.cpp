@@ -12,7 +12,7 @@ bool UserCaseFileSpec::Init(const std::string& name, bool is_file, bool for_outp
   if (is_file) {
     if (!host::ExpandUserPath(name, spec.path_))
       return false;
-    if (for_output && !host::IsWritableLocation(spec.path_))
+    if (for_output && !host::CheckCommandFile(spec.path_, true))
       return false;
     spec.kind_ = Kind::File;
   } else if (name == "*") {

@@ -245,6 +245,7 @@ bool FillMergedDataset(EmbeddedAS::RowDataIterator& rows, IndependentDataStore& 
 
   QUOR_Case c(store.ColumnCount());
   int64_t row = 0;
+  int64_t matched = 0;  // active cases that got a row
   while (rows.next() == 0) {
     ++row;
     int64_t n = -1;
@@ -272,6 +273,7 @@ bool FillMergedDataset(EmbeddedAS::RowDataIterator& rows, IndependentDataStore& 
     }
     c.InitCase();
     if (cases != nullptr && cases->GetCaseNumber() == n) {
+      ++matched;
       for (int col = 0; col < oldCount; ++col) {
         if (oldWidths[static_cast<std::size_t>(col)] > 0) {
           c.SetColumnValue(col, cases->GetStringValue(col),
@@ -290,6 +292,11 @@ bool FillMergedDataset(EmbeddedAS::RowDataIterator& rows, IndependentDataStore& 
     }
     store.AddCase(c);
   }
+  // Cases the engine sent no row for (outside the estimation period) are not in the new
+  // dataset: say how many.
+  const int64_t dropped = context.activeData.GetNumberOfCases() - matched;
+  if (dropped > 0)
+    context.messages.GenericWarning("MERGE_CASES_DROPPED_KEY", std::to_string(dropped));
   return true;
 }
 

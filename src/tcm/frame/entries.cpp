@@ -134,6 +134,7 @@ extern "C" void TCMMODEL() {
       if (prepared) {
         TSRunner tsRunner(tsdpRunner, runner, dataSource, context, &spec.fieldsGroups);
         const bool modeled = tsRunner.Run();
+        completed = tsRunner.nothingSelected;
         if (debugList != nullptr) debugList->addOutputLine("TSRunner()");
         if (modeled) {
           TCMOutputBuilder output(tsdpRunner, tsRunner);

@@ -7,6 +7,7 @@
 
 #include "host/syntax/token.h"
 #include "tcm/common/dim_filters.h"
+#include "tcm/output/output_confs.h"
 
 namespace {
 
@@ -284,6 +285,12 @@ bool TCMParserShell::ReadTargetFilter(const SubComObj& subcommand) {
       messages->InvalidParamValue("", "BESTFIT", kSub);
       return false;
     }
+  }
+  // PCT never sets the share itself: the ranking takes N's 10 as the percentage, and the graph
+  // takes (N x PCT + 5) / 100 models. Say so rather than show another share than asked.
+  if (!filter.useN) {
+    messages->GenericWarning("PCT_NOT_APPLIED_KEY", std::to_string(filter.pct),
+                             std::to_string(filter.n), std::to_string(TopModelsValue(filter)));
   }
   return true;
 }

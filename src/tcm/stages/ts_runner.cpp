@@ -10,6 +10,7 @@
 #include "host/bridge/jni_json.h"
 #include "host/bridge/zip_reader.h"
 #include "tcm/files/model_system_file.h"
+#include "tcm/frame/command_context.h"
 #include "tcm/files/save_result_data.h"
 #include "tcm/flows/flow_scripts.h"
 #include "tcm/stages/model_confs.h"
@@ -146,6 +147,8 @@ std::string TSRunner::Score(bool forecast, bool fit, bool reestimate, bool outpu
     targets = RankedTargets();
     const auto& filterKeys = SeriesFilterKeys();
     targets.insert(targets.end(), filterKeys.begin(), filterKeys.end());
+    // The empty composition ends the run with nothing shown; the user is told why.
+    if (targets.empty()) ReportNoTargetSelected();
   }
   const std::string scoreConf = ScoreConf(spec, forecast, fit, reestimate, outputPass, targets);
   if (scoreConf.empty()) return {};
@@ -157,6 +160,16 @@ std::string TSRunner::Score(bool forecast, bool fit, bool reestimate, bool outpu
     files.outputDataModel = outputDataModel.get();
   }
   return ScoringFlowScript(tsdp->Blocks(), scoreConf, reestimate, outputPass, files);
+}
+
+void TSRunner::ReportNoTargetSelected() {
+  nothingSelected = true;
+  const TargetFilterSpec& filter = tsdp->spec.targetFilter;
+  if (filter.display == "TARGETSNOINPUTS") {
+    context->GenericWarning("NO_TARGET_NOINPUTS_KEY");
+  } else {
+    context->GenericWarning("NO_TARGET_BESTFIT_KEY", std::to_string(filter.n));
+  }
 }
 
 std::string TSRunner::DataFlow() {

@@ -38,6 +38,9 @@ class TSRunner {
   // The sequence of the command kind of the TSDPRunner. False ends the command; what went wrong
   // was said by the engine.
   bool Run();
+  // The target filter selected no target, so the sequence ended after the model build with a
+  // warning: the command did its work, and only its output is empty.
+  bool nothingSelected = false;
 
   // SAVE asks for a fitted value, a limit or a residual.
   bool NeedsFit() const;
@@ -97,6 +100,8 @@ class TSRunner {
   bool SaveResultData();
   // A new output pair; the former one stays until the end of the run.
   void NewOutputPair();
+  // Says that the target filter and the series filters selected no target to score.
+  void ReportNoTargetSelected();
   // The model system that the readers use: the re-estimated one when there is one.
   const ASSimpleContainer* CurrentModelFile() const;
 

@@ -57,6 +57,10 @@ const std::map<std::string, int> kModuleKeyArguments = {
     {"PWD_TOO_LONG_KEY", 0},
     {"PWD_NO_DATA_FILE_KEY", 0},
     {"NO_RCA_KEY", 0},
+    {"PCT_NOT_APPLIED_KEY", 3},      // PCT, N, top models of the graph
+    {"NO_TARGET_NOINPUTS_KEY", 0},
+    {"NO_TARGET_BESTFIT_KEY", 1},    // N
+    {"MERGE_CASES_DROPPED_KEY", 1},  // cases dropped
     {"DE_ERROR_KEY", 0},
     {"INVALID_MODEL_KEY", 0},
     // Expressions and scenario period

@@ -201,20 +201,22 @@ TEST_F(RendererTest, JsonCarriesTheDocumentWithMessageSourcesAndArgs) {
   const nlohmann::json &procedure = json["items"][0];
   EXPECT_EQ(procedure["type"], "procedure");
   const nlohmann::json &items = procedure["items"];
-  ASSERT_EQ(items.size(), 4u);
-  EXPECT_EQ(items[0]["type"], "heading"); // place holders are part of the document
-  EXPECT_EQ(items[1]["items"][0]["subtype"], "Model Fit");
-  const nlohmann::json &cells = items[1]["items"][0]["rows"][0];
+  // The place holder that no object filled is left out, as the other renderers leave it out.
+  ASSERT_EQ(items.size(), 3u);
+  EXPECT_EQ(items[0]["type"], "heading");
+  EXPECT_EQ(items[0]["title"], "Interpretation");
+  EXPECT_EQ(items[0]["items"][0]["subtype"], "Model Fit");
+  const nlohmann::json &cells = items[0]["items"][0]["rows"][0];
   EXPECT_EQ(cells[0]["value"], 0.5);
   EXPECT_EQ(cells[0]["text"], "0.5");
   EXPECT_TRUE(cells[1]["value"].is_null());
   EXPECT_EQ(cells[2], "t");
-  EXPECT_EQ(items[2]["type"], "message");
-  EXPECT_EQ(items[2]["severity"], "error");
-  EXPECT_EQ(items[2]["source"], "NO_DIMENSIONS_KEY");
-  EXPECT_EQ(items[2]["args"], (nlohmann::json{"Region", "3"}));
-  EXPECT_EQ(items[3]["type"], "notes");
-  EXPECT_EQ(items[3]["rowLabels"][0], "Model File");
+  EXPECT_EQ(items[1]["type"], "message");
+  EXPECT_EQ(items[1]["severity"], "error");
+  EXPECT_EQ(items[1]["source"], "NO_DIMENSIONS_KEY");
+  EXPECT_EQ(items[1]["args"], (nlohmann::json{"Region", "3"}));
+  EXPECT_EQ(items[2]["type"], "notes");
+  EXPECT_EQ(items[2]["rowLabels"][0], "Model File");
 
   // Text that is not UTF-8 still gives valid JSON text.
   document_.title = "bad \xFF byte";

@@ -336,10 +336,14 @@ TEST_F(SaveResultDataTest, MergedIntoTheActiveDatasetCaseByCase) {
 }
 
 TEST_F(SaveResultDataTest, NoRowsNoDestinationAndUnreadableRows) {
-  // Merged with no rows: the old dictionary and the new variables, no cases.
+  // Merged with no rows: the old dictionary and the new variables, no cases, and a warning that
+  // the three cases were dropped.
   ASSERT_TRUE(Save(ScoredModel(), {}, true));
   EXPECT_EQ(session_.active_dataset->VariableCount(), 8);
   EXPECT_EQ(session_.active_dataset->CaseCount(), 0);
+  const char* const kDropped = "MERGE_CASES_DROPPED_KEY";
+  ASSERT_THAT(Errors(), ElementsAre(kDropped));
+  EXPECT_EQ(document_.root.children.back()->message.args, std::vector<std::string>{"3"});
 
   // No destination and aggregated data: nothing saved, success, the stream left open.
   session_.active_dataset = active_;
@@ -354,7 +358,7 @@ TEST_F(SaveResultDataTest, NoRowsNoDestinationAndUnreadableRows) {
   ASSERT_TRUE(spec_.outData.Init(File("broken.csv"), true, true));
   EXPECT_FALSE(Save(ScoredModel(), kScoredRows, false, 2, 3));
   EXPECT_FALSE(std::filesystem::exists(File("broken.csv")));
-  EXPECT_THAT(Errors(), ElementsAre(host::msg::kFileUnreadable));
+  EXPECT_THAT(Errors(), ElementsAre(kDropped, host::msg::kFileUnreadable));
   spec_ = fresh;
   EXPECT_FALSE(Save(ScoredModel(), kScoredRows, true, 1, 2)); // "$casecount" itself
   EXPECT_EQ(session_.active_dataset, active_);
@@ -365,8 +369,8 @@ TEST_F(SaveResultDataTest, NoRowsNoDestinationAndUnreadableRows) {
       std::make_unique<TableRows>(ScoredModel(), kScoredRows));
   ProcedureDataSource source(active_);
   EXPECT_FALSE(SaveResultRows(*stream_, "outputdata", File("none.xml"), spec_, false, source));
-  EXPECT_THAT(Errors(), ElementsAre(host::msg::kFileUnreadable, host::msg::kFileUnreadable,
-                                    host::msg::kEngineDataModel));
+  EXPECT_THAT(Errors(), ElementsAre(kDropped, host::msg::kFileUnreadable,
+                                    host::msg::kFileUnreadable, host::msg::kEngineDataModel));
   EXPECT_FALSE(std::filesystem::exists(File("nomodel.csv")));
 }
 

@@ -1,6 +1,6 @@
 // This file contains print formats: their integer codes, their texts ("F8.2", "DATE11"), and the
 // printing and reading of values in them.
-#include "host/data/print_format.h"
+#include "support/print_format.h"
 
 #include <algorithm>
 #include <array>
@@ -10,10 +10,10 @@
 #include <limits>
 #include <vector>
 
-#include "host/data/number_text.h"
+#include "support/number_text.h"
 #include "support/time.h"
 
-namespace host {
+namespace support {
 namespace {
 
 // How decimals are bounded: numeric formats up to 16 and within the width; time formats up to 6
@@ -782,4 +782,4 @@ std::optional<std::string> FromHexText(std::string_view text) {
   return out;
 }
 
-}  // namespace host
+}  // namespace support

@@ -1,5 +1,5 @@
-// This file contains the number texts of the dataset: the shortest exact form and a strict reader.
-#include "host/data/number_text.h"
+// This file contains number texts: the shortest exact form and a strict reader.
+#include "support/number_text.h"
 
 #include <charconv>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-namespace host {
+namespace support {
 namespace {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -100,4 +100,4 @@ int DecimalsWritten(std::string_view text, char decimal_point) {
   return decimals > 16 ? 16 : static_cast<int>(decimals);
 }
 
-}  // namespace host
+}  // namespace support
