@@ -1,6 +1,7 @@
 // This file contains the command processor's loop over the commands of a syntax file.
 #include "host/frame/command_processor.h"
 
+#include "host/messages/fac_st_dictionary.h"
 #include "host/messages/parser_message.h"
 #include "host/syntax/command_splitter.h"
 
@@ -31,7 +32,10 @@ std::vector<CommandOutcome> CommandProcessor::RunSyntax(const std::string& text,
                          {command.name, file_name, std::to_string(command.line)});
     } else {
       session_.command = CurrentCommand{command.name, file_name, command.line, &command.tokens};
+      // The string table that the entry made and left behind is freed once it has returned.
+      const std::uint64_t tables = FacSTDictionary::HeapTableMark();
       entry->second.function();
+      FacSTDictionary::ReleaseHeapTablesSince(tables);
       session_.command = CurrentCommand{};
     }
     outcome.had_error = session_.error_count != errors_before;
