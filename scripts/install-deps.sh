@@ -3,6 +3,11 @@
 set -euo pipefail
 packages=(cmake ninja-build g++ make nlohmann-json3-dev libpugixml-dev libzip-dev libeigen3-dev
           libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev)
+# `make fuzz` builds with clang and links libFuzzer, whose runtime comes with clang's runtime
+# libraries of the same version; only that target asks for them.
+if [ "${TCM_FUZZ:-0}" = 1 ]; then
+  packages+=(clang libclang-rt-dev)
+fi
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

@@ -34,10 +34,17 @@ size_t DisplayWidth(const std::string& text) {
   }));
 }
 
-std::string Clip(std::string text) {
+// Every text shown (names, labels, values) keeps to its line: a line break in a label would
+// push the rest of the table off its rows, and control characters would drive the terminal.
+std::string OneLine(std::string text) {
   for (char& c : text) {
-    if (c == '\n' || c == '\r' || c == '\t') c = ' ';
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
   }
+  return text;
+}
+
+std::string Clip(std::string text) {
+  text = OneLine(std::move(text));
   if (DisplayWidth(text) <= kMaxCellWidth) return text;
   size_t cut = 0;
   size_t shown = 0;
@@ -49,14 +56,16 @@ std::string Clip(std::string text) {
   return text.substr(0, cut) + "...";
 }
 
-// Rows of cells as left-aligned columns, two blanks apart, indented.
-void PrintTable(std::ostringstream& out, const std::vector<std::vector<std::string>>& rows,
-                const std::string& indent) {
+// Rows of cells (each on one line already) as left-aligned columns, two blanks apart, indented:
+// one line per row.
+std::vector<std::string> TableLines(const std::vector<std::vector<std::string>>& rows,
+                                    const std::string& indent) {
   std::vector<size_t> widths;
   for (const auto& row : rows) {
     if (widths.size() < row.size()) widths.resize(row.size(), 0);
     for (size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], DisplayWidth(row[c]));
   }
+  std::vector<std::string> lines;
   for (const auto& row : rows) {
     std::string line = indent;
     for (size_t c = 0; c < row.size(); ++c) {
@@ -64,11 +73,12 @@ void PrintTable(std::ostringstream& out, const std::vector<std::vector<std::stri
       if (c + 1 < row.size()) line += std::string(widths[c] - DisplayWidth(row[c]) + 2, ' ');
     }
     while (!line.empty() && line.back() == ' ') line.pop_back();
-    out << line << '\n';
+    lines.push_back(std::move(line));
   }
+  return lines;
 }
 
-std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
+std::string Quoted(const std::string& text) { return "\"" + OneLine(text) + "\""; }
 
 std::string NumberShown(double value) {
   const double max = std::numeric_limits<double>::max();
@@ -119,32 +129,28 @@ std::string DescribeDataset(const Dataset& dataset, const std::string& source_na
     const std::string type = variable.IsString()
                                  ? HostText(msg::kDescribeString, {std::to_string(variable.type)})
                                  : HostText(msg::kDescribeNumeric);
-    rows.push_back({std::to_string(v + 1), variable.name, type, FormatText(variable.format),
+    rows.push_back({std::to_string(v + 1), OneLine(variable.name), type,
+                    FormatText(variable.format),
                     Word(measures, static_cast<size_t>(variable.measure)),
-                    Word(roles, static_cast<size_t>(variable.role)), variable.label});
+                    Word(roles, static_cast<size_t>(variable.role)), OneLine(variable.label)});
     auto& lines = details[static_cast<size_t>(v)];
     if (!variable.value_labels.empty()) {
       lines.push_back(HostText(msg::kDescribeValueLabels));
       for (const auto& label : variable.value_labels) {
         lines.push_back("  " + (variable.IsString() ? Quoted(label.text)
                                                     : ShortestNumberText(label.number)) +
-                        "  " + label.label);
+                        "  " + OneLine(label.label));
       }
     }
     if (!variable.missing.Empty()) {
       lines.push_back(HostText(msg::kDescribeMissing, {MissingList(variable)}));
     }
   }
-  std::ostringstream table;
-  PrintTable(table, rows, "");
-  std::istringstream table_lines(table.str());
-  std::string line;
-  for (int row = 0; std::getline(table_lines, line); ++row) {
-    out << line << '\n';
+  const std::vector<std::string> table = TableLines(rows, "");
+  for (size_t row = 0; row < table.size(); ++row) {
+    out << table[row] << '\n';
     if (row == 0) continue;
-    for (const auto& detail : details[static_cast<size_t>(row - 1)]) {
-      out << "      " << detail << '\n';
-    }
+    for (const auto& detail : details[row - 1]) out << "      " << detail << '\n';
   }
 
   out << '\n';
@@ -173,14 +179,16 @@ std::string DescribeDataset(const Dataset& dataset, const std::string& source_na
       << '\n';
   std::vector<std::vector<std::string>> cases;
   std::vector<std::string> names;
-  for (int v = 0; v < dataset.VariableCount(); ++v) names.push_back(dataset.GetVariable(v).name);
+  for (int v = 0; v < dataset.VariableCount(); ++v) {
+    names.push_back(OneLine(dataset.GetVariable(v).name));
+  }
   cases.push_back(names);
   for (int64_t k = 0; k < shown; ++k) {
     std::vector<std::string> row;
     for (int v = 0; v < dataset.VariableCount(); ++v) row.push_back(CellText(dataset, k, v));
     cases.push_back(std::move(row));
   }
-  PrintTable(out, cases, "  ");
+  for (const auto& line : TableLines(cases, "  ")) out << line << '\n';
   return out.str();
 }
 

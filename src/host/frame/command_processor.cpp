@@ -1,6 +1,7 @@
 // This file contains the command processor's loop over the commands of a syntax file.
 #include "host/frame/command_processor.h"
 
+#include "host/messages/fac_st_dictionary.h"
 #include "host/messages/parser_message.h"
 #include "host/syntax/command_splitter.h"
 #include "support/interrupt.h"
@@ -39,7 +40,10 @@ std::vector<CommandOutcome> CommandProcessor::RunSyntax(const std::string& text,
     } else {
       session_.command = CurrentCommand{command.name, file_name, command.line, &command.tokens};
       session_.command_stopped = false;
+      // The string table that the entry made and left behind is freed once it has returned.
+      const std::uint64_t tables = FacSTDictionary::HeapTableMark();
       entry->second.function();
+      FacSTDictionary::ReleaseHeapTablesSince(tables);
       // A command that stopped on a warning alone must not pass for one that ran.
       if (session_.command_stopped && session_.error_count == errors_before &&
           !support::InterruptRequested()) {

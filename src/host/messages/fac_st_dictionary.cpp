@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <sstream>
 
 #include "host/session.h"
@@ -100,9 +101,87 @@ std::string FacSTDictionary::Format(const std::string& key,
 }
 
 const FacSTDictionary& FacSTDictionary::Shared() {
-  static const FacSTDictionary* shared = new FacSTDictionary(PathFactory::getPathInstance(3).getPath());
-  return *shared;
+  static const FacSTDictionary shared(PathFactory::getPathInstance(3).getPath());
+  return shared;
 }
+
+namespace {
+
+// The tables made with `new` that nobody deleted yet, by the number of their making. The
+// holder frees what is left when the program ends.
+class HeapTables {
+ public:
+  ~HeapTables() { Release(0); }
+
+  void Add(void* memory) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    live_.emplace(++made_, memory);
+  }
+  void Remove(void* memory) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto it = std::find_if(live_.begin(), live_.end(),
+                                 [memory](const auto& entry) { return entry.second == memory; });
+    if (it != live_.end()) live_.erase(it);
+  }
+  std::uint64_t Mark() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return made_;
+  }
+  std::size_t Count() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return live_.size();
+  }
+  // Destroys and frees the tables made after `mark`. They leave the list first, so the class's
+  // operator delete is not involved.
+  void Release(std::uint64_t mark) {
+    std::vector<void*> released;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      for (auto it = live_.upper_bound(mark); it != live_.end(); it = live_.erase(it)) {
+        released.push_back(it->second);
+      }
+    }
+    for (void* memory : released) {
+      static_cast<FacSTDictionary*>(memory)->~FacSTDictionary();
+      ::operator delete(memory);
+    }
+  }
+
+ private:
+  std::mutex mutex_;
+  std::uint64_t made_ = 0;
+  std::map<std::uint64_t, void*> live_;
+};
+
+HeapTables& Tables() {
+  static HeapTables tables;
+  return tables;
+}
+
+}  // namespace
+
+void* FacSTDictionary::operator new(std::size_t size) {
+  void* memory = ::operator new(size);
+  try {
+    Tables().Add(memory);
+  } catch (...) {
+    ::operator delete(memory);
+    throw;
+  }
+  return memory;
+}
+
+void FacSTDictionary::operator delete(void* memory) noexcept {
+  if (memory == nullptr) return;
+  Tables().Remove(memory);
+  ::operator delete(memory);
+}
+
+std::uint64_t FacSTDictionary::HeapTableMark() { return Tables().Mark(); }
+
+void FacSTDictionary::ReleaseHeapTablesSince(std::uint64_t mark) { Tables().Release(mark); }
+
+std::size_t FacSTDictionary::HeapTableCount() { return Tables().Count(); }
 
 PathFinder PathFactory::getPathInstance(int kind) {
   if (kind == 3) {

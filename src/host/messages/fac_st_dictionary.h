@@ -4,6 +4,8 @@
 // for arguments; a copy is compiled into the program so it works wherever it is installed.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -30,6 +32,18 @@ class FacSTDictionary {
 
   // The table the host uses for its messages: loaded once from the resource folder.
   static const FacSTDictionary& Shared();
+
+  // A table made with `new` belongs to the host. The module makes the table of its run on the
+  // heap and never deletes it (it outlives the entry); the host frees the tables that a command
+  // left behind once the command has ended (ReleaseHeapTablesSince), and any others when the
+  // program ends. `delete` of such a table still works.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
+  // A mark to give ReleaseHeapTablesSince: the tables made after it are the ones it frees.
+  static std::uint64_t HeapTableMark();
+  static void ReleaseHeapTablesSince(std::uint64_t mark);
+  // The heap tables not freed yet.
+  static std::size_t HeapTableCount();
   // Parses table text; lines that are not "key = text" are reported in `problems` with their number.
   static std::map<std::string, std::string> Parse(const std::string& text,
                                                   std::vector<std::string>* problems = nullptr);

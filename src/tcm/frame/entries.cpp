@@ -34,7 +34,7 @@ constexpr const char* kAnalysisTitle = "Temporal Causal Model Scenarios";
 constexpr const char* kExploreTitle = "Time Series Exploration";
 
 // The string table of the run. Nothing in the frame deletes it: it outlives the entry, as the
-// host expects of the module's dictionary.
+// host expects of the module's dictionary, and the host frees it once the command has ended.
 FacSTDictionary* MakeDictionary(const std::string& title) {
   auto* dictionary = new FacSTDictionary(PathFactory::getPathInstance(3).getPath());
   dictionary->SetProcedure(title);

@@ -100,6 +100,18 @@ TEST(DescribeTest, ShowsTheDictionaryAsRead) {
   EXPECT_THAT(text, HasSubstr("First 1 of 2 cases:"));
   EXPECT_THAT(text, HasSubstr("E       1      2015   1         2015 Q1"));
   EXPECT_THAT(text, ::testing::Not(HasSubstr("W ")));  // only the first case
+
+  // Line breaks and other control characters in names, labels and values keep every row and
+  // detail on its own line.
+  auto odd = LoadText("a,b\n\"x\ny\",1\n", messages, R"({"variables": [
+      {"name": "a", "label": "two\nlines", "valueLabels": {"x\ny": "v\r\nw"}, "missing": ["\t"]},
+      {"name": "b", "label": "tab\there\u001b[2J"}]})");
+  ASSERT_NE(odd, nullptr);
+  const std::string odd_text = DescribeDataset(*odd, "odd.csv");
+  EXPECT_THAT(odd_text, HasSubstr("Input  two lines\n      Value labels:\n        \"x y\"  v  w\n"
+                                  "      User-missing values: \" \"\n2 "));
+  EXPECT_THAT(odd_text, HasSubstr("Input  tab here [2J\n"));
+  EXPECT_THAT(odd_text, HasSubstr("\n  x y  1\n"));
 }
 
 TEST(DataMessagesTest, EveryKeyHasAText) {

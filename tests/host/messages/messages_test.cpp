@@ -175,6 +175,21 @@ TEST(FacSTDictionary, FindsTheTableInTheSessionsResourceFolderFirst) {
   EXPECT_EQ(fs::path(PathFactory::getPathInstance(3).getPath()), kStrings);
 }
 
+TEST(FacSTDictionary, HeapTablesAreFreedByTheHostAfterTheirMarkOrByDelete) {
+  auto* earlier = new FacSTDictionary();
+  const std::uint64_t mark = FacSTDictionary::HeapTableMark();
+  const std::size_t live = FacSTDictionary::HeapTableCount();
+  new FacSTDictionary();            // left behind, as the module leaves its table
+  delete new FacSTDictionary();     // deleted by its maker: not freed again
+  EXPECT_EQ(FacSTDictionary::HeapTableCount(), live + 1);
+  FacSTDictionary::ReleaseHeapTablesSince(mark);
+  EXPECT_EQ(FacSTDictionary::HeapTableCount(), live);
+  // A table made before the mark stays usable.
+  EXPECT_EQ(earlier->LookUp("Notes"), FacSTDictionary().LookUp("Notes"));
+  delete earlier;
+  EXPECT_EQ(FacSTDictionary::HeapTableCount(), live - 1);
+}
+
 TEST(ParserMessage, PostsToTheSessionAndEchoesToItsErrorStream) {
   TestSession t;
   ParserMessage messages;

@@ -6,6 +6,7 @@
 
 #include "host/frame/command_processor.h"
 #include "host/frame/host_services.h"
+#include "host/messages/fac_st_dictionary.h"
 #include "host/output/text_renderer.h"
 #include "tcm/frame/entries.h"
 #include "tcm_test_util.h"
@@ -73,6 +74,15 @@ TEST(Entries, FailedParseAddsNoDebugLineAndStillTearsDown) {
   EXPECT_TRUE(run->DebugLines().empty());
   // The procedure was closed: the next command's output is not nested in it.
   EXPECT_NE(run->err.str().find("Error: TCM MODEL: "), std::string::npos) << run->err.str();
+}
+
+TEST(Entries, TheStringTableEachEntryLeavesBehindIsFreedWhenItsCommandEnds) {
+  const std::size_t live = FacSTDictionary::HeapTableCount();
+  const std::uint64_t mark = FacSTDictionary::HeapTableMark();
+  const auto run = RunSyntax("TCM MODEL /NOSUCH x=1.\nTCM APPLY /NOSUCH.\nTCM ANALYSIS /NOSUCH.\n");
+  ASSERT_EQ(run->outcomes.size(), 3u);
+  EXPECT_EQ(FacSTDictionary::HeapTableMark() - mark, 3u);  // one table per entry
+  EXPECT_EQ(FacSTDictionary::HeapTableCount(), live);
 }
 
 TEST(Entries, HeldBackErrorsReachTheOutputAtTheEndOfTheCommand) {
