@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <system_error>
@@ -264,7 +265,9 @@ Status RunFiles::Commit() {
       continue;
     }
     if (::rename(output.twin.c_str(), output.target.c_str()) != 0) {
-      failed += (failed.empty() ? "" : "; ") + Quoted(output.target) + ": " + std::strerror(errno);
+      const int error_number = errno;
+      failed += (failed.empty() ? "" : "; ") + Quoted(output.target) + ": " +
+                std::strerror(error_number);
       RemoveTwin(output);
       continue;
     }
