@@ -4,6 +4,7 @@
 
 #include "engine/data/asbf.h"
 #include "engine/stages/registry.h"
+#include "support/interrupt.h"
 #include "support/json_util.h"
 
 namespace engine {
@@ -94,7 +95,7 @@ class ReadStage : public Stage {
     std::int64_t bad_values = 0;
     std::int32_t case_number = 0;
     while (input->Next()) {
-      if (input->Cancelled()) return context.messages.Error(place + "the run was stopped");
+      if (input->Cancelled()) return context.messages.Error(place + support::kStoppedText);
       if (case_number == INT32_MAX) {
         return context.messages.Error(place + "the input has too many cases");
       }
@@ -138,7 +139,7 @@ class ReadStage : public Stage {
       }
       casecount.AppendInt(case_number);
     }
-    if (input->Cancelled()) return context.messages.Error(place + "the run was stopped");
+    if (input->Cancelled()) return context.messages.Error(place + support::kStoppedText);
     if (bad_values > 0) {
       context.messages.Warning(place + std::to_string(bad_values) +
                                " values of the input stream could not be read and are missing");

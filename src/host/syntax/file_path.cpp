@@ -7,16 +7,12 @@
 
 #include "host/messages/parser_message.h"
 #include "support/run_files.h"
+#include "support/temp_file.h"
 
 namespace host {
 namespace fs = std::filesystem;
 
-std::string TempFolder() {
-  const char* tmp = std::getenv("TMPDIR");
-  if (tmp != nullptr && *tmp != '\0')
-    return tmp;
-  return "/tmp";
-}
+std::string TempFolder() { return support::BaseTempFolder().string(); }
 
 bool ExpandUserPath(const std::string& raw, std::string& out) {
   if (raw.empty() || raw.find('\0') != std::string::npos)

@@ -5,7 +5,8 @@
 
 namespace host {
 
-// The temporary folder: $TMPDIR when set, else /tmp.
+// The system's temporary folder (support::BaseTempFolder): $TMPDIR when it names a folder, else
+// /tmp. Never the folder of the program's run, which goes with the run.
 std::string TempFolder();
 
 // Expands a path as syntax writes it: "~" and "~/..." lie in the home folder, a leading "*/" or
