@@ -10,8 +10,10 @@
 #include <gtest/gtest.h>
 
 #include "host/data/dataset.h"
+#include "host/data/date_definition.h"
 #include "host/data/print_format.h"
 #include "host/data/procedure_data_source.h"
+#include "host/messages/parser_message.h"
 #include "host/output/document.h"
 #include "host/session.h"
 #include "host/syntax/command_splitter.h"
@@ -45,6 +47,19 @@ inline std::shared_ptr<host::Dataset> MakeDataset(std::initializer_list<VarDef> 
     dataset->AddVariable(variable);
   }
   dataset->SetCaseCount(cases);
+  return dataset;
+}
+
+// Puts a date definition behind `dataset`: YEAR_ from 2015, MONTH_ from 1.
+inline std::shared_ptr<host::Dataset> WithMonthlyDates(std::shared_ptr<host::Dataset> dataset) {
+  host::DictDatePart year;
+  year.component = host::DateComponent::kYear;
+  year.start = 2015;
+  host::DictDatePart month;
+  month.component = host::DateComponent::kMonth;
+  month.start = 1;
+  ParserMessage messages;
+  EXPECT_TRUE(host::ApplyDateDefinition({year, month}, "test", *dataset, messages));
   return dataset;
 }
 

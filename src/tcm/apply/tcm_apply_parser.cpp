@@ -1,6 +1,7 @@
 // This file contains the descriptor tree of TCM APPLY and the reading of its parsed command.
 #include "tcm/apply/tcm_apply_parser.h"
 
+#include "tcm/apply/model_settings.h"
 #include "tcm/frame/tree_builders.h"
 
 using namespace tcm_tree;
@@ -27,13 +28,37 @@ void AddTCMApplyTree(CommandDescriptor& tree) {
 
 void TCMApplyParser::BuildTree() { AddTCMApplyTree(*this); }
 
-
 bool TCMApplyParser::ReadCommand(CommandSpec& result) {
   if (result.getGroupListSize() == 0) {
     messages->NoSubCom();
     return false;
   }
   const GroupComObj* global = result.getGlobalGroupObj();
-  if (global != nullptr) return ReadDebug(*global);
-  return true;
+  return global == nullptr || ReadGlobalGroup(*global);
+}
+
+bool TCMApplyParser::ReadGlobalGroup(const GroupComObj& global) {
+  if (!ReadDebug(global)) return false;
+  // The model system comes first: what follows is read by its fields and time type.
+  return ReadModelSystem(global.getSubComObj("MODELSYSTEM"));
+}
+
+bool TCMApplyParser::ReadModelSystem(const SubComObj* subcommand) {
+  if (subcommand != nullptr) {
+    const ParamObj* file = subcommand->getParamObj("FILE");
+    if (file == nullptr) {
+      messages->ParamRequiredForSubCom("FILE", "MODELSYSTEM");
+      return false;
+    }
+    if (!file->getFilePath(applySpec->inputModelPath, false, true)) {
+      messages->FileNameInvalid(WrittenPath(*file));
+      return false;
+    }
+    if (!HasModelSystemMembers(applySpec->inputModelPath)) {
+      messages->SimpleError("INVALID_MODEL_KEY");
+      return false;
+    }
+  }
+  return ReadModelSettings(applySpec->inputModelPath, *spec, applySpec->modelSettingsJson,
+                           usedVariables, *dataSource, *messages);
 }

@@ -87,6 +87,8 @@ std::vector<FilteredOutputSpec> MergeFilteredOutputs(const std::vector<FilteredO
 // The root name a SAVE keyword gets when none is written.
 std::string DefaultRootName(const std::string& keyword);
 
+// The text of a path parameter as written, for messages.
+std::string WrittenPath(const ParamObj& param);
 // A YES/NO parameter: null gives the fallback, YES true, NO false, anything else the fallback.
 bool ReadYesNo(const ParamObj* param, bool fallback);
 // Adds a parameter of role 3 with the equals sign and the values "YES" and "NO".

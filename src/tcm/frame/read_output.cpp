@@ -190,6 +190,13 @@ class FilteredOutputReader {
 
 }  // namespace
 
+std::string WrittenPath(const ParamObj& param) {
+  std::string written;
+  bool quoted = false;
+  if (!param.getStringOrLiteral(written, quoted)) written = param.getStringToken();
+  return written;
+}
+
 std::string DefaultRootName(const std::string& keyword) {
   static const std::pair<const char*, const char*> kRoots[] = {
       {"TARGETS", "FILTERED"}, {"PREDICTED", "Predicted"}, {"NRESIDUAL", "NResidual"},
@@ -434,10 +441,7 @@ bool TCMParserShell::ReadPassProtect(const SubComObj& subcommand) {
 bool TCMParserShell::ReadOutfile(const SubComObj& subcommand) {
   if (const ParamObj* model = subcommand.getParamObj("MODELSYSTEM")) {
     if (!model->getFilePath(spec->modelSystemPath, true, true)) {
-      std::string written;
-      bool quoted = false;
-      if (!model->getStringOrLiteral(written, quoted)) written = model->getStringToken();
-      messages->FileNameInvalid(written);
+      messages->FileNameInvalid(WrittenPath(*model));
       return false;
     }
   }

@@ -40,16 +40,8 @@ std::shared_ptr<host::Dataset> Shop() {
 // The same variables without a dimension or time variable in the way, and a date definition
 // (YEAR_ from 2015, MONTH_) behind them.
 std::shared_ptr<host::Dataset> Monthly() {
-  auto dataset = tcm_test::MakeDataset({{"sales"}, {"price"}, {"note", 8, "A8"}}, 24);
-  host::DictDatePart year;
-  year.component = host::DateComponent::kYear;
-  year.start = 2015;
-  host::DictDatePart month;
-  month.component = host::DateComponent::kMonth;
-  month.start = 1;
-  ParserMessage messages;
-  EXPECT_TRUE(host::ApplyDateDefinition({year, month}, "test", *dataset, messages));
-  return dataset;
+  return tcm_test::WithMonthlyDates(
+      tcm_test::MakeDataset({{"sales"}, {"price"}, {"note", 8, "A8"}}, 24));
 }
 
 const std::string kSettings = "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day ";
