@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -57,7 +58,8 @@ class TCMParserShell : public CommandDescriptor {
   // and gives false then. (read_field_list.cpp)
   // Reads a list of variables with TO ranges and ALL into `out` (dictionary spelling, no
   // duplicates, in the order of a set); string variables that are no dimensions are set aside
-  // with a warning. `numericOnly` refuses dimensions and time variables.
+  // with a warning. `numericOnly` refuses dimensions and time variables. On a saved model
+  // system ALL is refused and a TO range may run backwards.
   bool ReadFieldList(const ParamObj& param, std::vector<QuorVarName>& out,
                      const std::string& subcommand, bool numericOnly);
   bool CheckField(const std::string& name, const std::string& param, const std::string& subcommand,
@@ -66,17 +68,40 @@ class TCMParserShell : public CommandDescriptor {
   // The time variables of the settings: timeVar, periodVar and the cycle variables.
   bool IsTimeVariable(const std::string& name) const;
 
+  // ESTIMATIONPERIOD of BUILDOPTIONS or OPTIONS, `subcommand` naming which in messages; the
+  // time type and time variables must be known. (read_estimation_period.cpp)
+  bool ReadEstimationPeriod(const ParamObj& param, const std::string& subcommand);
+  // START or END of TIMES: a date literal into `time` and `kind`, or period integers.
+  bool ReadPeriodValue(const std::vector<TokenInfoObj>& tokens, int64_t& time,
+                       std::vector<int32_t>& periods, int32_t& kind,
+                       const std::string& subcommand);
+  // FORECASTPERIODS, CILEVEL or OUTLIERTHRESH (`name`) of BUILDOPTIONS or OPTIONS (`owner`), if
+  // present.
+  bool ReadBuildNumber(const SubComObj& subcommand, const std::string& name,
+                       const std::string& owner);
+  // True for the commands on a saved model system, whose messages differ in places.
+  bool OnSavedModel() const;
+
   // (read_output.cpp)
   bool ReadTargetFilter(const SubComObj& subcommand);
   // All SERIESFILTER subcommands; their fields must be targets, inputs or forced inputs of
   // `fieldsGroups` (empty for a command without field groups: then any field passes).
   bool ReadSeriesFilters(const GroupComObj& global, const std::vector<FieldsGroupRef>& groups);
+  // Reads FIELDS of one SERIESFILTER into the list, checked; false once a fault was reported.
+  using SeriesFieldsReader =
+      std::function<bool(const ParamObj& fields, std::vector<QuorVarName>& out)>;
+  // All SERIESFILTER subcommands, their fields read by `readFields`.
+  bool ReadSeriesFilters(const GroupComObj& global, const SeriesFieldsReader& readFields);
   // All FILTEREDOUTPUT subcommands, then the merge that keeps at most two records.
   bool ReadFilteredOutputs(const GroupComObj& global);
   bool ReadSystemOutput(const SubComObj& subcommand);
   bool ReadSave(const SubComObj& subcommand);
   bool ReadPassProtect(const SubComObj& subcommand);
-  bool ReadOutfile(const SubComObj& subcommand);
+  // OUTFILE: MODELSYSTEM, then DATA with the password. A command may add rules of its own.
+  virtual bool ReadOutfile(const SubComObj& subcommand);
+  // SYSTEMOUTPUT, SAVE, PASSPROTECT and OUTFILE, each if present, then the warning below.
+  // PASSPROTECT comes before OUTFILE whatever the order written: the data file takes the password.
+  bool ReadOutputAndFiles(const GroupComObj& global);
   // After OUTFILE: a password with no data file to protect warns that it is not used.
   void WarnPasswordWithoutFile();
 };

@@ -1,5 +1,6 @@
 // This file contains the reading of field lists (TARGETS, INPUTS, FORCE, ... and the FIELDS of
-// SERIESFILTER): variable names, TO ranges by dictionary position, and ALL.
+// SERIESFILTER): variable names, TO ranges by dictionary position, and ALL. On a saved model
+// system a list names series of the model: no ALL, and a TO range may run either way.
 #include "tcm/frame/parser_shell.h"
 
 #include <algorithm>
@@ -70,6 +71,7 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
     messages->ParamNeedVarList(name, "FIELDS");
     return false;
   }
+  const bool saved = OnSavedModel();
   std::vector<QuorVarName> set;
   std::vector<std::string> ignored;
   bool all = false;
@@ -84,6 +86,10 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
     }
     const std::string& upper = tokens[i].getUpperString();
     if (upper == "ALL") {
+      if (saved) {
+        messages->InvalidParamOption("ALL", "FIELDS", subcommand);
+        return false;
+      }
       all = true;
       break;
     }
@@ -94,7 +100,7 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
     }
     if (i + 1 >= tokens.size() || previous < 0) {
       // TO needs a variable on both sides.
-      messages->SyntaxErrorInParam(text, name, "FIELDS");
+      messages->SyntaxErrorInParam("TO", name, "FIELDS");
       return false;
     }
     const TokenInfoObj& next = tokens[++i];
@@ -102,6 +108,19 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
     if (!next.getVarName(last)) {
       messages->InvalidVarName(host::SourceText(next.Token()), name, "FIELDS");
       return false;
+    }
+    if (saved) {
+      // The far end is a field like any other; the variables between join when numeric.
+      if (!CheckField(last, name, subcommand, set, ignored, numericOnly))
+        return false;
+      const int end = dataSource->FindVarIndex(last, 0);
+      for (int index = std::min(previous, end) + 1; index < std::max(previous, end); ++index) {
+        const QUOR_Variable* variable = dataSource->GetVariable(index);
+        if (variable != nullptr && variable->GetType() == 0)
+          AddOnce(set, variable->GetName());
+      }
+      previous = end;
+      continue;
     }
     const int end = dataSource->FindVarIndex(last, 0);
     if (end < 0) {
@@ -160,3 +179,4 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
   out = std::move(set);
   return true;
 }
+

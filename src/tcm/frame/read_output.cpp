@@ -304,6 +304,21 @@ bool TCMParserShell::ReadTargetFilter(const SubComObj& subcommand) {
 
 bool TCMParserShell::ReadSeriesFilters(const GroupComObj& global,
                                        const std::vector<FieldsGroupRef>& groups) {
+  return ReadSeriesFilters(global, [&](const ParamObj& fields, std::vector<QuorVarName>& out) {
+    if (!ReadFieldList(fields, out, "SERIESFILTER", false)) return false;
+    for (const QuorVarName& name : out) {
+      // A series filter can only pick series that the model system will have.
+      if (!groups.empty() && !InGroups(name, groups)) {
+        messages->InvalidParamValue(name.GetName(), "FIELDS", "SERIESFILTER");
+        return false;
+      }
+    }
+    return true;
+  });
+}
+
+bool TCMParserShell::ReadSeriesFilters(const GroupComObj& global,
+                                       const SeriesFieldsReader& readFields) {
   std::vector<const SubComObj*> occurrences;
   global.getSubComObj(occurrences, "SERIESFILTER");
   for (const SubComObj* subcommand : occurrences) {
@@ -313,16 +328,7 @@ bool TCMParserShell::ReadSeriesFilters(const GroupComObj& global,
       return false;
     }
     SeriesFilterSpec record;
-    std::vector<QuorVarName> named;
-    if (!ReadFieldList(*fields, named, "SERIESFILTER", false)) return false;
-    for (const QuorVarName& name : named) {
-      // A series filter can only pick series that the model system will have.
-      if (!groups.empty() && !InGroups(name, groups)) {
-        messages->InvalidParamValue(name.GetName(), "FIELDS", "SERIESFILTER");
-        return false;
-      }
-      record.fields.push_back(name);
-    }
+    if (!readFields(*fields, record.fields)) return false;
     if (const ParamObj* dimvalues = subcommand->getParamObj("DIMVALUES")) {
       if (!ReadDimValues(record.filters, *dimvalues, spec->dimensions, messages)) return false;
     }
@@ -469,6 +475,23 @@ bool TCMParserShell::ReadOutfile(const SubComObj& subcommand) {
       return false;
     }
   }
+  return true;
+}
+
+bool TCMParserShell::ReadOutputAndFiles(const GroupComObj& global) {
+  if (const SubComObj* output = global.getSubComObj("SYSTEMOUTPUT")) {
+    if (!ReadSystemOutput(*output)) return false;
+  }
+  if (const SubComObj* save = global.getSubComObj("SAVE")) {
+    if (!ReadSave(*save)) return false;
+  }
+  if (const SubComObj* protect = global.getSubComObj("PASSPROTECT")) {
+    if (!ReadPassProtect(*protect)) return false;
+  }
+  if (const SubComObj* outfile = global.getSubComObj("OUTFILE")) {
+    if (!ReadOutfile(*outfile)) return false;
+  }
+  WarnPasswordWithoutFile();
   return true;
 }
 

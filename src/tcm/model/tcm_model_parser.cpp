@@ -182,19 +182,5 @@ bool TCMModelParser::ReadGlobalGroup(const GroupComObj& global) {
   if (global.getSubComObj("FILTEREDOUTPUT") != nullptr && !ReadFilteredOutputs(global)) {
     return false;
   }
-  if (const SubComObj* output = global.getSubComObj("SYSTEMOUTPUT")) {
-    if (!ReadSystemOutput(*output)) return false;
-  }
-  if (const SubComObj* save = global.getSubComObj("SAVE")) {
-    if (!ReadSave(*save)) return false;
-  }
-  // PASSPROTECT before OUTFILE: the data file takes the password.
-  if (const SubComObj* protect = global.getSubComObj("PASSPROTECT")) {
-    if (!ReadPassProtect(*protect)) return false;
-  }
-  if (const SubComObj* outfile = global.getSubComObj("OUTFILE")) {
-    if (!ReadOutfile(*outfile)) return false;
-  }
-  WarnPasswordWithoutFile();
-  return true;
+  return ReadOutputAndFiles(global);
 }

@@ -43,7 +43,4 @@ class TCMModelParser : public TCMParserShell {
 
   // BUILDOPTIONS. (read_build_options.cpp)
   bool ReadBuildOptions(const SubComObj& subcommand);
-  bool ReadEstimationPeriod(const ParamObj& param);
-  bool ReadPeriodValue(const std::vector<TokenInfoObj>& tokens, int64_t& time,
-                       std::vector<int32_t>& periods, int32_t& kind);
 };

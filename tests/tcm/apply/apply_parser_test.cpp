@@ -1,5 +1,6 @@
 // Tests of TCM APPLY's reading through command text against model systems written here: the
-// check of the file and the settings it carries.
+// check of the file, the settings it carries, OPTIONS read by the model's time type,
+// SERIESFILTER against the model's metrics, and the paths of OUTFILE.
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -98,6 +99,10 @@ class ApplyParser : public ::testing::Test {
 };
 std::optional<support::TempDir> ApplyParser::dir_;
 
+std::string Times(const std::string& qualifiers) {
+  return "/OPTIONS ESTIMATIONPERIOD=TIMES(" + qualifiers + ") ";
+}
+
 TEST_F(ApplyParser, FaultsEndTheReadingWithTheirMessage) {
   struct Case {
     std::string model;
@@ -105,11 +110,31 @@ TEST_F(ApplyParser, FaultsEndTheReadingWithTheirMessage) {
     std::string source;
     std::vector<std::string> args;
   };
+  const std::string self = Path("date");
   const std::vector<Case> faults = {
       {"text", "", "INVALID_MODEL_KEY", {}},
       {"graphless", "", "INVALID_MODEL_KEY", {}},
       {"damaged", "", "INVALID_MODEL_KEY", {}},
       {"other", "", "VariableNotInDict", {"store"}},
+      {"date", "/SERIESFILTER FIELDS=cost", "InvalidParamValue", {"cost", "FIELDS", "SERIESFILTER"}},
+      {"date", "/SERIESFILTER FIELDS=ALL", "InvalidParamOption", {"ALL", "FIELDS", "SERIESFILTER"}},
+      {"date", "/SERIESFILTER FIELDS=sales TO", "SyntaxErrorInParam", {"TO", "FIELDS", "FIELDS"}},
+      {"cyclic", Times("START='2015-01-01' FORMAT=ISO8601"), "ParamNeedIntegerList",
+       {"TIMES", "OPTIONS"}},
+      {"date", Times("START=2015 END=2016"), "ParamNeedEuroDate", {"TIMES", "OPTIONS"}},
+      {"date", Times("FORMAT=ISO8601"), "SyntaxErrorInParam",
+       {"TIMES", "ESTIMATIONPERIOD", "OPTIONS"}},
+      {"date", Times("START='2015-06-01' END='2015-03-01' FORMAT=ISO8601"), "InvalidParamValue",
+       {"2015-03-01", "END", "OPTIONS"}},
+      {"date", Times("START='2015-03-01'"), "ParamNeedParam", {"FORMAT", "TIMES"}},
+      {"cases", Times("FORMAT=VARIABLE"), "ParamNeedInteger", {"TIMES", "OPTIONS"}},
+      {"cases", Times("START=1"), "SyntaxErrorInParam", {"1", "ESTIMATIONPERIOD", "OPTIONS"}},
+      {"cases", Times("START=soon"), "SyntaxErrorInParam", {"soon", "TIMES", "OPTIONS"}},
+      {"cyclic", Times("START=2015 END=2016"), "INCOMPATIBLE_SPEC_KEY", {}},
+      {"date", "/OUTFILE MODELSYSTEM='" + self + "'", "FileTwoSubCom",
+       {self, "MODELSYSTEM", "OUTFILE"}},
+      {"date", "/OPTIONS REESTIMATE=YES /OUTFILE MODELSYSTEM='" + self + "'", "FileTwoSubCom",
+       {self, "MODELSYSTEM", "OUTFILE"}},
   };
   for (const Case& c : faults) {
     const Result r = Apply(c.model, c.rest);
@@ -179,6 +204,71 @@ TEST_F(ApplyParser, DefaultsAndWhatTheModelSystemGives) {
     EXPECT_EQ(cycles, c.cycles) << c.model;
     EXPECT_EQ(k.spec.dimensions.empty(), c.model != "iso") << c.model;
   }
+}
+
+TEST_F(ApplyParser, AWholeCommandInAnyOrder) {
+  const std::string data = Path("scored.csv");
+  const std::string out = Path("updated.zip");
+  const Result r = Apply(
+      "date", "/OUTFILE MODELSYSTEM='" + out + "' DATA='" + data +
+                  "' /PASSPROTECT PASSWORD='secret' /SAVE PREDICTED(Fit) /SYSTEMOUTPUT "
+                  "MODELFIT=RMSE AIC /FILTEREDOUTPUT INCLUDE=TARGETS /SERIESFILTER FIELDS=price "
+                  "TO sales DIMVALUES=region(INCLUDE=E) /TARGETFILTER DISPLAY=ALLTARGETS "
+                  "/OPTIONS REESTIMATE=YES FORECASTPERIODS=6 CILEVEL=90 OUTLIERTHRESH=99 "
+                  "ESTIMATIONPERIOD=TIMES(END='2015-06-30' FORMAT=ISO8601)");
+  ASSERT_TRUE(r.ok) << r.Describe();
+  const TCMApplySpec& s = r.spec;
+  EXPECT_TRUE(s.buildOptions.reestimate);
+  EXPECT_EQ(s.buildOptions.estimationPeriod, "TIMES");
+  EXPECT_EQ(s.buildOptions.startTime, 0);  // an end alone passes
+  EXPECT_NE(s.buildOptions.endTime, 0);
+  EXPECT_EQ(s.buildOptions.forecastPeriods, 6);
+  EXPECT_DOUBLE_EQ(s.buildOptions.ciLevel, 90.0);
+  EXPECT_EQ(s.buildOptions.outlierThreshold, 99);
+  EXPECT_EQ(s.targetFilter.display, "ALLTARGETS");
+  ASSERT_EQ(s.seriesFilters.size(), 1u);
+  // A range written backwards takes both ends.
+  ASSERT_EQ(s.seriesFilters[0].fields.size(), 2u);
+  ASSERT_EQ(s.seriesFilters[0].filters.size(), 1u);
+  EXPECT_EQ(s.seriesFilters[0].filters[0].values, std::vector<std::string>{"E"});
+  ASSERT_EQ(s.filteredOutputs.size(), 1u);
+  EXPECT_EQ(s.filteredOutputs[0].include, "TARGETS");
+  EXPECT_EQ(s.modelFit, (std::vector<std::string>{"RMSE", "AIC"}));
+  ASSERT_EQ(s.saveEntries.size(), 1u);
+  EXPECT_EQ(s.saveEntries[0].rootName, "Fit");
+  EXPECT_EQ(s.modelSystemPath, out);
+  EXPECT_EQ(s.password, "secret");
+  EXPECT_TRUE(s.outData.IsFile());
+
+  // Periods on a model with one cycle field: two integers at each end, not ordered here.
+  const Result periods = Apply("cyclic", Times("START=2016 1 END=2015 12"));
+  ASSERT_TRUE(periods.ok) << periods.Describe();
+  EXPECT_EQ(periods.spec.buildOptions.startPeriods, (std::vector<int32_t>{2016, 1}));
+  EXPECT_EQ(periods.spec.buildOptions.endPeriods, (std::vector<int32_t>{2015, 12}));
+
+  const Result window =
+      Apply("date", "/OPTIONS ESTIMATIONPERIOD=OBSERVATIONS(TYPE=oldest OFFSET=2 NUMBER=50)");
+  ASSERT_TRUE(window.ok) << window.Describe();
+  EXPECT_EQ(window.spec.buildOptions.estimationPeriod, "OBSERVATIONS");
+  EXPECT_EQ(window.spec.buildOptions.observationType, "OLDEST");
+  EXPECT_EQ(window.spec.buildOptions.observationOffset, 2);
+  EXPECT_EQ(window.spec.buildOptions.observationNumber, 50);
+}
+
+TEST_F(ApplyParser, ModelFitNoneWithOthersIsReportedAndReadingGoesOn) {
+  const Result r = Apply("date", "/SYSTEMOUTPUT MODELFIT=NONE RMSE OUTLIERPLOT=YES /SAVE PREDICTED");
+  EXPECT_TRUE(r.ok) << r.Describe();
+  EXPECT_TRUE(r.Has("ParamExclAnyOther", {"NONE", "MODELFIT"})) << r.Describe();
+  EXPECT_TRUE(r.spec.outlierPlot);
+  EXPECT_EQ(r.spec.saveEntries.size(), 1u);
+}
+
+TEST_F(ApplyParser, WhereTheModelSystemGoes) {
+  const std::string data = "/OUTFILE DATA='" + Path("d.csv") + "'";
+  // Without re-estimation the model read is the run's; with it, only OUTFILE names one.
+  EXPECT_EQ(Apply("date", data).spec.modelSystemPath, Path("date"));
+  EXPECT_TRUE(Apply("date", "/OPTIONS REESTIMATE=YES " + data).spec.modelSystemPath.empty());
+  EXPECT_TRUE(Apply("date", "").spec.modelSystemPath.empty());
 }
 
 }  // namespace
