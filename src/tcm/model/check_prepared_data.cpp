@@ -44,6 +44,48 @@ MetaCheck CheckMetaData(TCMModelValidSpecs& spec, const CFMetaData& metaData,
 
 }  // namespace
 
+void DescriptiveFieldNames(const ValidSpec& spec, const ProcedureDataSource& dataSource,
+                           QUORMBConverter* converter, std::vector<std::string>& dimensions,
+                           std::vector<std::string>& timeFields) {
+  const auto add = [&](std::vector<std::string>& names, const std::string& variable) {
+    const std::string name = DictionaryName(dataSource, variable, converter);
+    if (!name.empty()) names.push_back(name);
+  };
+  for (const QuorVarName& dimension : spec.dimensions) add(dimensions, dimension.GetName());
+  if (spec.isDateTimeSpec()) {
+    add(timeFields, spec.timeVars.timeVar);
+  } else {
+    for (const CycleVariable& cycle : spec.timeVars.cycleVars) add(timeFields, cycle.name);
+    add(timeFields, spec.timeVars.periodVar);
+  }
+}
+
+bool DetectedInterval(const std::string& json, TimeIntervalKind& interval) {
+  const auto parsed = support::ParseJson<support::Json>(json);
+  const support::Json* results =
+      parsed.ok() ? support::FindMember(parsed.value(), "intervalResults") : nullptr;
+  if (results == nullptr || !results->is_array() || results->empty()) return false;
+  interval = IntervalFromName(support::GetString((*results)[0], "timeInterval", ""));
+  return true;
+}
+
+bool CheckSeriesFilters(ValidSpec& spec, const CFMetaData& metaData, ParserMessage& messages) {
+  for (std::size_t i = 0; i < spec.seriesFilters.size(); ++i) {
+    const std::string label = "SERIESFILTER " + std::to_string(i);
+    if (!CheckDimFilters(metaData, spec.seriesFilters[i].filters, label, &messages)) return false;
+  }
+  return true;
+}
+
+void WarnRootCausesWithoutSeries(const ValidSpec& spec, ParserMessage& messages) {
+  for (const FilteredOutputSpec& record : spec.filteredOutputs) {
+    const bool wantsSeries = record.include == "SERIES" || record.include == "BOTH";
+    if (record.rootCauses && wantsSeries && spec.seriesFilters.empty()) {
+      messages.GenericWarning("NO_RCA_KEY");
+    }
+  }
+}
+
 bool CheckCategoryLimits(const std::string& statXml, int maxDimValues, ParserMessage& messages) {
   pugi::xml_document document;
   if (!document.load_string(statXml.c_str())) return false;
@@ -86,11 +128,8 @@ bool NarrowToDataFilter(DimValueFilter& filter, const DimFilterSet& dataFilter,
 bool CheckFiltersAgainstData(TCMModelValidSpecs& spec, const CFMetaData& metaData,
                              ParserMessage& messages) {
   if (!CheckDimFilters(metaData, spec.dataFilter.filters, "DATAFILTER", &messages)) return false;
-  // Series filters count from 0, FIELDS from 1 within each group, as users have always seen.
-  for (std::size_t i = 0; i < spec.seriesFilters.size(); ++i) {
-    const std::string label = "SERIESFILTER " + std::to_string(i);
-    if (!CheckDimFilters(metaData, spec.seriesFilters[i].filters, label, &messages)) return false;
-  }
+  if (!CheckSeriesFilters(spec, metaData, messages)) return false;
+  // FIELDS count from 1 within each group, series filters from 0, as users have always seen.
   for (FieldsGroupSpec& group : spec.fieldsGroups) {
     for (std::size_t j = 0; j < group.fields.size(); ++j) {
       const std::string label = "FIELDS " + std::to_string(j + 1);
@@ -109,23 +148,9 @@ bool CheckPreparedData(TCMModelValidSpecs& spec, ASRunner& runner, TSDPRunner& t
                        QUORMBConverter* converter) {
   ASDescriptive descriptive(runner, tsdpRunner.DescriptiveScript());
   const bool isDateTime = spec.isDateTimeSpec();
-
   std::vector<std::string> dimensionNames;
-  for (const QuorVarName& dimension : spec.dimensions) {
-    const std::string name = DictionaryName(dataSource, dimension.GetName(), converter);
-    if (!name.empty()) dimensionNames.push_back(name);
-  }
   std::vector<std::string> timeFields;
-  const auto addTimeField = [&](const std::string& variable) {
-    const std::string name = DictionaryName(dataSource, variable, converter);
-    if (!name.empty()) timeFields.push_back(name);
-  };
-  if (isDateTime) {
-    addTimeField(spec.timeVars.timeVar);
-  } else {
-    for (const CycleVariable& cycle : spec.timeVars.cycleVars) addTimeField(cycle.name);
-    addTimeField(spec.timeVars.periodVar);
-  }
+  DescriptiveFieldNames(spec, dataSource, converter, dimensionNames, timeFields);
 
   bool result = true;
   const bool detect = (spec.timeType == "DATETIMEVAR" || spec.timeType == "ISO8601") &&
@@ -143,21 +168,15 @@ bool CheckPreparedData(TCMModelValidSpecs& spec, ASRunner& runner, TSDPRunner& t
       result = check == MetaCheck::kPassed;
     }
     if (result && !json.empty()) {
-      const auto parsed = support::ParseJson<support::Json>(json);
-      const support::Json* results =
-          parsed.ok() ? support::FindMember(parsed.value(), "intervalResults") : nullptr;
-      if (results == nullptr || !results->is_array() || results->empty()) {
+      if (!DetectedInterval(json, spec.inputInterval.interval)) {
         messages.SimpleError("DE_ERROR_KEY");
         result = false;
-      } else {
-        const std::string interval = support::GetString((*results)[0], "timeInterval", "");
-        spec.inputInterval.interval = IntervalFromName(interval);
-        if (!IntervalsCompatible(spec.inputInterval.interval, spec.analysisInterval, spec.timeType,
-                                 spec.inputInterval.durationUnit, spec.inputInterval.increment)) {
-          messages.SimpleError("MISMATCHING_INTERVAL_KEY", IntervalName(spec.analysisInterval),
-                               IntervalName(spec.inputInterval.interval));
-          result = false;
-        }
+      } else if (!IntervalsCompatible(spec.inputInterval.interval, spec.analysisInterval,
+                                      spec.timeType, spec.inputInterval.durationUnit,
+                                      spec.inputInterval.increment)) {
+        messages.SimpleError("MISMATCHING_INTERVAL_KEY", IntervalName(spec.analysisInterval),
+                             IntervalName(spec.inputInterval.interval));
+        result = false;
       }
     }
   } else if (!dimensionNames.empty()) {
@@ -172,12 +191,7 @@ bool CheckPreparedData(TCMModelValidSpecs& spec, ASRunner& runner, TSDPRunner& t
     }
   }
 
-  for (const FilteredOutputSpec& record : spec.filteredOutputs) {
-    const bool wantsSeries = record.include == "SERIES" || record.include == "BOTH";
-    if (record.rootCauses && wantsSeries && spec.seriesFilters.empty()) {
-      messages.GenericWarning("NO_RCA_KEY");
-    }
-  }
+  WarnRootCausesWithoutSeries(spec, messages);
   if (result && spec.debug) spec.displayValidSpec();
   return result;
 }

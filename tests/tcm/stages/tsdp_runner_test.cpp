@@ -17,13 +17,8 @@
 #include <gtest/gtest.h>
 
 #include "host/bridge/app_host.h"
-#include "host/bridge/as_data_model.h"
-#include "host/bridge/as_raw_data_iterator.h"
-#include "host/bridge/as_runner.h"
-#include "host/bridge/as_stop_processor.h"
 #include "host/bridge/jni_json.h"
 #include "host/bridge/zip_reader.h"
-#include "host/output/rv.h"
 #include "support/temp_file.h"
 #include "support/time.h"
 #include "support/zip_archive.h"
@@ -31,6 +26,7 @@
 #include "tcm/apply/tcm_apply_spec.h"
 #include "tcm/model/tcm_model_parser.h"
 #include "tcm/model/tcm_model_spec.h"
+#include "tcm/run_frame.h"
 #include "tcm/tcm_test_util.h"
 
 namespace {
@@ -112,7 +108,7 @@ const std::string kDailySettings =
     "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day INPUTINTERVAL=DAY "
     "/FIELDSGROUP /FIELDS TARGETS=sales ";
 
-class TsdpRunnerTest : public ::testing::Test {
+class TsdpRunnerTest : public ::testing::Test, protected tcm_test::RunFrame {
  protected:
   void SetUp() override {
     auto dir = support::TempDir::Create("tsdptrace");
@@ -131,20 +127,6 @@ class TsdpRunnerTest : public ::testing::Test {
     Result r = Model(kDailySettings, dataset);
     Open(dataset, r.used);
     return r;
-  }
-
-  // The frame of a run over `dataset`, limited to the variables `used`.
-  void Open(std::shared_ptr<host::Dataset> dataset, const std::vector<int32_t>& used) {
-    source_ = std::make_unique<ProcedureDataSource>(dataset);
-    model_ = std::make_unique<ASDataModel>(source_.get(), true, true, false);
-    ASSERT_TRUE(model_->UpdateAnalysMetadata(std::vector<int>(used.begin(), used.end())));
-    iterator_ = std::make_unique<ASRawDataIterator>(*model_, nullptr);
-    iterator_->SetName("_activeTCMDataset_");
-    iterator_->SetStopProcessor(&stop_);
-    procedure_ = std::make_unique<RvProcedure>("Temporal Causal Modeling", 10);
-    runner_ = std::make_unique<ASRunner>(*procedure_);
-    runner_->prepareActiveDS(*source_, true, true);
-    runner_->resetJNI();
   }
 
   // The converted data, read back through a job of their own.
@@ -183,16 +165,7 @@ class TsdpRunnerTest : public ::testing::Test {
     return text;
   }
 
-  host::OutputDocument document_;
-  host::Session session_;
   std::optional<support::TempDir> traces_;
-  std::unique_ptr<host::SessionScope> scope_;
-  ASStopProcessor stop_{0.0};
-  std::unique_ptr<ProcedureDataSource> source_;
-  std::unique_ptr<ASDataModel> model_;
-  std::unique_ptr<ASRawDataIterator> iterator_;
-  std::unique_ptr<RvProcedure> procedure_;
-  std::unique_ptr<ASRunner> runner_;
 };
 
 TEST_F(TsdpRunnerTest, DateTimeDataPassTheConversionUnchanged) {
