@@ -1,6 +1,6 @@
 // Generates the retail example: daily cases by region and product with known lagged causes.
 //
-// Usage: make_retail_data OUT.csv [--dict OUT.dict.json]
+// Usage: make_retail_data OUT.csv [--dict OUT.dict.json] [--through YYYY-MM-DD]
 //
 // The output must be byte-identical on every compiler and C library, because the CSV is committed
 // and a test regenerates it. Hence: an own generator (xoshiro256** seeded by splitmix64), own
@@ -489,8 +489,9 @@ std::string FixedText(std::int64_t scaled, int decimals) {
   return text;
 }
 
-std::string MakeCsv() {
-  const int recorded = static_cast<int>(kLastDay - kFirstDay + 1);
+// Days after kLastDay continue the same simulation, so a longer file starts with the shorter one.
+std::string MakeCsv(std::int64_t last_day) {
+  const int recorded = static_cast<int>(last_day - kFirstDay + 1);
   const int days = kBurnIn + recorded;
   const auto temperatures = SimulateTemperatures(days);
   std::vector<SeriesData> series;
@@ -585,13 +586,27 @@ bool WriteFile(const std::filesystem::path& path, const std::string& text) {
   return true;
 }
 
-constexpr const char* kUsage = "usage: make_retail_data OUT.csv [--dict OUT.dict.json]\n";
+constexpr const char* kUsage =
+    "usage: make_retail_data OUT.csv [--dict OUT.dict.json] [--through YYYY-MM-DD]\n";
+
+// A day on or after the last default day, as days since 1970-01-01; -1 when the text is no such day.
+std::int64_t ParseLastDay(const std::string& text) {
+  int y = 0, m = 0, d = 0;
+  char extra = 0;
+  if (std::sscanf(text.c_str(), "%4d-%2d-%2d%c", &y, &m, &d, &extra) != 3 || m < 1 || m > 12 ||
+      d < 1 || d > 31 || y > 2100)
+    return -1;
+  const std::int64_t day = DaysFromCivil(y, m, d);
+  if (CivilText(day) != text || day < kLastDay) return -1;
+  return day;
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
   std::string csv_path;
   std::string dict_path;
+  std::int64_t last_day = kLastDay;
   for (int a = 1; a < argc; ++a) {
     const std::string arg = argv[a];
     if (arg == "--help" || arg == "-h") {
@@ -604,6 +619,13 @@ int main(int argc, char** argv) {
         return 2;
       }
       dict_path = argv[++a];
+    } else if (arg == "--through") {
+      last_day = a + 1 < argc ? ParseLastDay(argv[++a]) : -1;
+      if (last_day < 0) {
+        std::cerr << "make_retail_data: --through needs a day from " << CivilText(kLastDay)
+                  << " on, written YYYY-MM-DD\n" << kUsage;
+        return 2;
+      }
     } else if (arg.size() > 1 && arg[0] == '-') {
       std::cerr << "make_retail_data: unknown option '" << arg << "'\n" << kUsage;
       return 2;
@@ -618,7 +640,7 @@ int main(int argc, char** argv) {
     std::cerr << kUsage;
     return 2;
   }
-  if (!WriteFile(csv_path, MakeCsv()))
+  if (!WriteFile(csv_path, MakeCsv(last_day)))
     return 1;
   if (!dict_path.empty() && !WriteFile(dict_path, kDictionary))
     return 1;

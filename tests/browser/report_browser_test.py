@@ -3,10 +3,12 @@
 headless Chromium (through chromedriver, standard library only) and checks that the page runs
 without console errors, that hovering a series in the model system graph highlights its inputs
 and outputs, that the significance filter hides connections, that graph labels do not overlap,
-and that the single-series view shows a series with its neighbours.
+and that the single-series view shows a series with its neighbours. With --tcm it also builds the
+retail example's model system, applies it to the longer data with apply.tcm, and checks that the
+TCM APPLY report runs and shows the graph, the forecasts and the series plots.
 
-usage: report_browser_test.py --sample PATH [--chromium PATH] [--chromedriver PATH]
-                              [--screenshots DIR]
+usage: report_browser_test.py --sample PATH [--tcm PATH --examples DIR] [--chromium PATH]
+                              [--chromedriver PATH] [--screenshots DIR]
 Exit status 0 when every check passed, 1 when one failed, 77 when the browser is not available
 (the test is then skipped)."""
 
@@ -102,11 +104,52 @@ def free_port():
         return probe.getsockname()[1]
 
 
+def make_apply_report(tcm, examples, work):
+    """Builds the retail model system and applies it to the longer data; the HTML report's path,
+    or None when a run failed."""
+    env = dict(os.environ, TMPDIR=work)
+    runs = [("retail.tcm", "sales.csv", "model.html"), ("apply.tcm", "sales_2025q1.csv", "apply.html")]
+    for syntax, data, report in runs:
+        done = subprocess.run([tcm, "run", os.path.join(examples, syntax), "--data",
+                               os.path.join(examples, data), "--out", os.path.join(work, report)],
+                              capture_output=True, text=True, env=env)
+        if done.returncode != 0:
+            print("FAIL: tcm run %s exited %d: %s" % (syntax, done.returncode, done.stdout + done.stderr))
+            return None
+    return os.path.join(work, "apply.html")
+
+
+def check_apply_report(driver, check, page, screenshots):
+    driver.go("file://" + page)
+    check("the apply report loads", driver.run("return document.readyState") == "complete")
+    state = driver.run(
+        "function texts(css) { return Array.prototype.map.call(document.querySelectorAll(css),"
+        "  function (n) { return n.textContent; }); }"
+        "return {title: texts('h1, h2').join('|'), graphs: document.querySelectorAll('.figure.system-graph').length,"
+        " nodes: document.querySelectorAll('.figure.system-graph g.node').length,"
+        " charts: document.querySelectorAll('figure.chart-object').length,"
+        " tables: texts('figure.table-object').join('|')};")
+    check("the apply report is the forecasting procedure's",
+          "Temporal Causal Model Forecasting" in state["title"], state["title"][:200])
+    check("the apply report draws the system graph", state["graphs"] >= 1 and state["nodes"] > 0,
+          "%s graphs, %s nodes" % (state["graphs"], state["nodes"]))
+    check("the apply report plots the six best targets", state["charts"] >= 6, state["charts"])
+    check("the forecasts run from April 2025", "04/01/2025" in state["tables"] or
+          "2025-04-01" in state["tables"] or "01-APR-2025" in state["tables"], state["tables"][:300])
+    errors = [entry for entry in (driver.browser_log() or []) if entry.get("level") == "SEVERE"]
+    check("no console error in the apply report", not errors, json.dumps(errors)[:400])
+    if screenshots:
+        driver.screenshot(driver.find(".figure.system-graph"), os.path.join(screenshots, "apply-graph.png"))
+        driver.screenshot(driver.find("figure.chart-object"), os.path.join(screenshots, "apply-series.png"))
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--sample", required=True)
     parser.add_argument("--chromium", default=shutil.which("chromium") or shutil.which("chromium-browser"))
     parser.add_argument("--chromedriver", default=shutil.which("chromedriver"))
+    parser.add_argument("--tcm")
+    parser.add_argument("--examples")
     parser.add_argument("--screenshots")
     args = parser.parse_args()
     if not args.chromium or not args.chromedriver:
@@ -119,6 +162,11 @@ def main():
     if made.returncode != 0:
         print("FAIL: the sample report was not written: " + made.stderr)
         return 1
+    apply_page = None
+    if args.tcm:
+        apply_page = make_apply_report(args.tcm, args.examples, work)
+        if apply_page is None:
+            return 1
 
     port = free_port()
     server = subprocess.Popen([args.chromedriver, "--port=%d" % port],
@@ -255,6 +303,9 @@ def main():
                      "distribution.png": ".figure.distribution"}
             for name, css in shots.items():
                 driver.screenshot(driver.find(css), os.path.join(args.screenshots, name))
+
+        if apply_page:
+            check_apply_report(driver, check, apply_page, args.screenshots)
     finally:
         driver.quit()
         server.terminate()

@@ -185,6 +185,7 @@ class Loader {
     data_.metric_fields = support::GetStringList(*output, "metricFieldList");
     data_.time_label = data_.axis.IsCyclic() ? "Period" : data_.axis.time_field;
     if (data_.time_label.empty()) data_.time_label = "Period";
+    if (stream_ != nullptr) AxisFromStream();
     data_.time_count = data_.axis.points.size();
     data_.horizon = data_.time_count == 0 ? 0 : static_cast<std::size_t>(config_.forecasted);
     points_ = data_.axis.points;
@@ -208,31 +209,89 @@ class Loader {
   }
 
  private:
+  // The stream's columns of the named fields; empty with a warning when one is missing.
+  std::vector<const Column*> StreamColumns(const std::vector<std::string>& names, const char* what) {
+    std::vector<const Column*> columns;
+    for (const std::string& name : names) {
+      auto index = stream_->model.Find(name);
+      if (!index) {
+        warnings_.push_back("the data have no " + std::string(what) + " field '" + name +
+                            "': the charts show no observed values");
+        return {};
+      }
+      columns.push_back(&stream_->columns[*index]);
+    }
+    return columns;
+  }
+  std::vector<const Column*> TimeColumns() {
+    return StreamColumns(data_.axis.IsCyclic() ? data_.axis.cyclic.fields
+                                               : std::vector<std::string>{data_.axis.time_field},
+                         "time");
+  }
+
+  // The point of a stream row on the axis's scale: seconds, or the cyclic running index.
+  double RowPoint(const std::vector<const Column*>& times, std::size_t row) const {
+    if (data_.axis.IsCyclic()) {
+      std::vector<std::int64_t> cyclic(times.size());
+      for (std::size_t f = 0; f < times.size(); ++f) {
+        const double value = times[f]->AsNumber(row);
+        if (times[f]->IsMissing(row) || value == kSystemMissing) return kNaN;
+        cyclic[f] = std::llround(value);
+      }
+      auto index = data_.axis.cyclic.Index(cyclic);
+      return index ? static_cast<double>(*index) : kNaN;
+    }
+    if (times[0]->IsMissing(row)) return kNaN;
+    if (times[0]->storage() == Storage::kString) {
+      auto iso = support::ParseIso8601(times[0]->Text(row));
+      return iso ? static_cast<double>(iso->seconds) : kNaN;
+    }
+    return times[0]->AsNumber(row);
+  }
+
+  // A model system applied to other data than it was built on (TCM APPLY) reports on the
+  // periods of those data: the axis runs from the first to the last period of the stream's
+  // observed rows. A stream within the model's own periods keeps the model's axis.
+  void AxisFromStream() {
+    const std::vector<const Column*> times = TimeColumns();
+    if (times.empty() || data_.axis.points.empty()) return;
+    std::vector<const Column*> observed;
+    for (const std::string& metric : data_.metric_fields) {
+      if (auto index = stream_->model.Find(metric)) observed.push_back(&stream_->columns[*index]);
+    }
+    double first = kNaN, last = kNaN;
+    for (std::size_t row = 0; row < stream_->RowCount(); ++row) {
+      if (std::none_of(observed.begin(), observed.end(),
+                       [row](const Column* column) { return !column->IsMissing(row); })) {
+        continue;  // a forecast row
+      }
+      const double point = RowPoint(times, row);
+      if (!std::isfinite(point)) continue;
+      if (std::isnan(first) || point < first) first = point;
+      if (std::isnan(last) || point > last) last = point;
+    }
+    const std::vector<double>& model = data_.axis.points;
+    if (std::isnan(first) || (first == model.front() && last == model.back())) return;
+    // The model's own steps lead from the first period to the last, or its axis stays.
+    constexpr std::size_t kMostPoints = 10'000'000;
+    std::vector<double> points{first};
+    while (points.back() < last && points.size() < kMostPoints)
+      points.push_back(data_.axis.Advance(points.back(), 1));
+    if (std::llround(points.back()) != std::llround(last)) {
+      warnings_.push_back("the periods of the data do not fall on the model system's intervals: "
+                          "the charts show the model system's periods");
+      return;
+    }
+    data_.axis.points = std::move(points);
+  }
+
   // Lays the stream's rows out per series and period.
   void ReadStream() {
     const Table& table = *stream_;
-    std::vector<const Column*> dims;
-    for (const std::string& name : data_.dim_fields) {
-      auto index = table.model.Find(name);
-      if (!index) {
-        warnings_.push_back("the data have no dimension field '" + name +
-                            "': the charts show no observed values");
-        return;
-      }
-      dims.push_back(&table.columns[*index]);
-    }
-    std::vector<const Column*> times;
-    const std::vector<std::string> time_fields =
-        data_.axis.IsCyclic() ? data_.axis.cyclic.fields : std::vector<std::string>{data_.axis.time_field};
-    for (const std::string& name : time_fields) {
-      auto index = table.model.Find(name);
-      if (!index) {
-        warnings_.push_back("the data have no time field '" + name +
-                            "': the charts show no observed values");
-        return;
-      }
-      times.push_back(&table.columns[*index]);
-    }
+    const std::vector<const Column*> dims = StreamColumns(data_.dim_fields, "dimension");
+    if (dims.size() != data_.dim_fields.size()) return;
+    const std::vector<const Column*> times = TimeColumns();
+    if (times.empty()) return;
     // Per metric its columns: value, predicted, lower, upper, residual (null when absent).
     const char* suffixes[] = {"", "_predicted", "_LCI", "_UCI", "_residual"};
     std::vector<std::array<const Column*, 5>> metric_columns;
@@ -249,27 +308,9 @@ class Loader {
       series_of.emplace(support::Join(series.dims, "\x1f") + "\x1e" + series.metric, s);
     }
     const PeriodIndex periods(points_);
-    std::vector<std::int64_t> cyclic(times.size());
     predicted_by_stream_.assign(data_.system.series.size(), false);
     for (std::size_t row = 0; row < table.RowCount(); ++row) {
-      double point = kNaN;
-      if (data_.axis.IsCyclic()) {
-        bool valid = true;
-        for (std::size_t f = 0; f < times.size(); ++f) {
-          const double value = times[f]->AsNumber(row);
-          valid = valid && !times[f]->IsMissing(row) && value != kSystemMissing;
-          cyclic[f] = valid ? std::llround(value) : 0;
-        }
-        auto index = valid ? data_.axis.cyclic.Index(cyclic) : std::nullopt;
-        if (index) point = static_cast<double>(*index);
-      } else if (!times[0]->IsMissing(row)) {
-        if (times[0]->storage() == Storage::kString) {
-          if (auto iso = support::ParseIso8601(times[0]->Text(row))) point = static_cast<double>(iso->seconds);
-        } else {
-          point = times[0]->AsNumber(row);
-        }
-      }
-      const std::ptrdiff_t period = periods.Find(point);
+      const std::ptrdiff_t period = periods.Find(RowPoint(times, row));
       if (period < 0) continue;
       std::vector<std::string> values;
       bool complete = true;

@@ -123,8 +123,12 @@ class ScoreStage : public Stage {
     for (std::size_t s = 0; s < system.series.size(); ++s) {
       if (data->panel_of_series[s] < 0 ||
           !history.col(static_cast<Eigen::Index>(s)).array().isFinite().all()) {
-        return messages.Error(place + "the series '" + system.series[s].id +
-                              "' of the model is missing or incomplete in the data");
+        // Named by its values: the coded ID means nothing to the user.
+        const model::SeriesRef& series = system.series[s];
+        std::string label = series.metric;
+        for (const std::string& value : series.dims) label += "-" + value;
+        return messages.Error(place + "the series '" + label + "' (" + series.id +
+                              ") of the model is missing or incomplete in the estimation period");
       }
       // The new data code their series afresh.
       system.series[s].id =

@@ -54,9 +54,11 @@ bool ReadModelSettings(const std::string& modelPath, ValidSpec& spec, std::strin
   ZipReader reader(modelPath);
   const bool read = reader.GotoFile("TSDPOutput.json") && reader.ExportString(text);
   const JNIJSONObject json(read ? text : std::string());
-  const JNIJSONHandle settings =
-      read && json.isGood() ? JNIJSONObject::get(json.getTop(), "settings") : nullptr;
-  // A damaged record would otherwise end the command with nothing said.
+  // A member that does not read as JSON ends the command with no word of its own: the run then
+  // says that the command did not run.
+  if (!read || !json.isGood()) return false;
+  const JNIJSONHandle settings = JNIJSONObject::get(json.getTop(), "settings");
+  // JSON without its settings record is no model system of ours.
   if (settings == nullptr || !settings->is_object()) {
     messages.SimpleError("INVALID_MODEL_KEY");
     return false;

@@ -18,6 +18,7 @@
 #include "host/session.h"
 #include "host/syntax/token_sequence.h"
 #include "tcm/analysis/tcm_anly_parser.h"
+#include "tcm/apply/check_prepared_data.h"
 #include "tcm/apply/tcm_apply_parser.h"
 #include "tcm/frame/command_context.h"
 #include "tcm/model/check_prepared_data.h"
@@ -41,33 +42,26 @@ FacSTDictionary* MakeDictionary(const std::string& title) {
   return dictionary;
 }
 
-// The frame of TCM APPLY and TCM ANALYSIS, which differ only in settings, parser and notes.
-template <typename Spec, typename Parser>
-void RunSavedModelCommand(const char* command, const char* title) {
-  RvProcedure procedure(title, 10);
-  MakeDictionary(title);
-  QUOR_TokenSequence tokens(true);
-  ProcedureDataSource dataSource;
-  Spec spec;
-  CommandContext context;
-  context.Fill(command, title);
-  Parser parser(tokens, &spec, &context, &dataSource);
-  BEPesRepos::BEPesClear();
-  QUORMBConverter* converter = QUORMBConverterNew_A(0);
-
-  if (!parser.ParseCommand()) {
-    host::CommandStopped();
-  } else {
-    const std::vector<int32_t> indexes = parser.AnalysisVariableIndices();
-    // The data steps (time string conversion, data checks, preparation, model sequence and
-    // output) run here in one short-circuit chain once the engine bridge is in place; `tcm
-    // check` stops after the data checks.
-    (void)indexes;
+// The active dataset as the engine reads it: the data model of the variables the command uses,
+// and the iterator over it, which the stop processor can cancel.
+struct ActiveData {
+  ActiveData(const TCMParserShell& parser, ProcedureDataSource& dataSource,
+             ASStopProcessor& stopProcessor)
+      : indexList(parser.AnalysisVariableIndices()),
+        dataModel(&dataSource, true, true, false),
+        iterator(Narrowed(dataModel, indexList), nullptr) {
+    iterator.SetName("_activeTCMDataset_");
+    iterator.SetStopProcessor(&stopProcessor);
   }
-
-  if (converter != nullptr) QUORMBConverterDelete_A(converter);
-  BEPesRepos::BEPesCheckError();
-}
+  // The data model cut to the command's variables, before the iterator is made on it.
+  static ASDataModel& Narrowed(ASDataModel& model, const std::vector<int32_t>& indexes) {
+    model.UpdateAnalysMetadata(std::vector<int>(indexes.begin(), indexes.end()));
+    return model;
+  }
+  const std::vector<int32_t> indexList;
+  ASDataModel dataModel;
+  ASRawDataIterator iterator;
+};
 
 // The notes after a run's output: where the model system and the scored data went.
 void AddModelNotes(const ValidSpec& spec, bool modelFileNote) {
@@ -84,6 +78,64 @@ void AddModelNotes(const ValidSpec& spec, bool modelFileNote) {
 bool ChecksOnly() {
   const host::Session* session = host::CurrentSession();
   return session != nullptr && session->check_only;
+}
+
+// The frame of TCM APPLY and TCM ANALYSIS. Both take their data settings from a saved model
+// system, run the data gates as one chain and print no debug lines; `checkData` is the
+// command's check of the data (null while the command has none, and it then stops after
+// reading), `notes` whether the notes follow the output.
+template <typename Spec>
+using DataCheck = bool (*)(Spec&, ASRunner&, TSDPRunner&, const ProcedureDataSource&,
+                           ParserMessage&, QUORMBConverter*);
+
+template <typename Spec, typename Parser>
+void RunSavedModelCommand(const char* command, const char* title,
+                          DataCheck<Spec> checkData, bool notes) {
+  RvProcedure procedure(title, 10);
+  FacSTDictionary* dictionary = MakeDictionary(title);
+  QUOR_TokenSequence tokens(true);
+  ProcedureDataSource dataSource;
+  Spec spec;
+  CommandContext context;
+  context.Fill(command, title);
+  ASRunner runner(procedure);
+  runner.prepareActiveDS(dataSource, true, true);
+  runner.resetJNI();
+  ASStopProcessor stopProcessor(0.0);
+  Parser parser(tokens, &spec, &context, &dataSource);
+  BEPesRepos::BEPesClear();
+  QUORMBConverter* converter = QUORMBConverterNew_A(0);
+  bool completed = false;
+
+  if (parser.ParseCommand() && checkData != nullptr) {
+    ActiveData active(parser, dataSource, stopProcessor);
+    ASRawDataIterator& iterator = active.iterator;
+    TSDPRunner tsdpRunner(spec, runner, iterator, spec.modelSettingsJson.c_str());
+    const bool checked =
+        tsdpRunner.ConvertTimeStrings() &&
+        checkData(spec, runner, tsdpRunner, dataSource, context.GetParserMessage(), converter);
+    // `tcm check` stops after the data checks.
+    if (checked && ChecksOnly()) completed = true;
+    if (checked && !ChecksOnly() && tsdpRunner.RunTSDP()) {
+      TSRunner tsRunner(tsdpRunner, runner, dataSource, context, nullptr);
+      const bool modeled = tsRunner.Run();
+      completed = tsRunner.nothingSelected;
+      if (modeled) {
+        TCMOutputBuilder output(tsdpRunner, tsRunner);
+        const bool shown =
+            output.GenerateOutput(&procedure, &dataSource, *dictionary, spec, nullptr);
+        // A new model system is worth a note only when this command made it.
+        if (shown && notes) {
+          AddModelNotes(spec, spec.buildOptions.reestimate && !spec.modelSystemPath.empty());
+        }
+        completed = true;
+      }
+    }
+  }
+
+  if (converter != nullptr) QUORMBConverterDelete_A(converter);
+  BEPesRepos::BEPesCheckError();
+  if (!completed) host::CommandStopped();
 }
 
 }  // namespace
@@ -112,12 +164,8 @@ extern "C" void TCMMODEL() {
       debugList = &debugLines;
       debugList->addOutputLine("Done Parsing");
     }
-    const std::vector<int32_t> indexList = parser.AnalysisVariableIndices();
-    ASDataModel dataModel(&dataSource, true, true, false);
-    dataModel.UpdateAnalysMetadata(std::vector<int>(indexList.begin(), indexList.end()));
-    ASRawDataIterator iterator(dataModel, nullptr);
-    iterator.SetName("_activeTCMDataset_");
-    iterator.SetStopProcessor(&stopProcessor);
+    ActiveData active(parser, dataSource, stopProcessor);
+    ASRawDataIterator& iterator = active.iterator;
     TSDPRunner tsdpRunner(spec, runner, iterator, nullptr);
 
     bool dataChecked = tsdpRunner.ConvertTimeStrings();
@@ -156,11 +204,14 @@ extern "C" void TCMMODEL() {
 }
 
 extern "C" void TCMAPPLY() {
-  RunSavedModelCommand<TCMApplySpec, TCMApplyParser>("TCM APPLY", kApplyTitle);
+  RunSavedModelCommand<TCMApplySpec, TCMApplyParser>("TCM APPLY", kApplyTitle,
+                                                      &CheckPreparedData, true);
 }
 
 extern "C" void TCMANLYS() {
-  RunSavedModelCommand<TCMAnlySpec, TCMAnlyParser>("TCM ANALYSIS", kAnalysisTitle);
+  // The scenario checks and runs are not built yet: the command is read and goes no further.
+  RunSavedModelCommand<TCMAnlySpec, TCMAnlyParser>("TCM ANALYSIS", kAnalysisTitle, nullptr,
+                                                    false);
 }
 
 extern "C" void TSEXPLOR() {

@@ -9,6 +9,7 @@
 #include "host/bridge/asl_path.h"
 #include "host/bridge/jni_json.h"
 #include "host/bridge/zip_reader.h"
+#include "tcm/apply/tcm_apply_spec.h"
 #include "tcm/files/model_system_file.h"
 #include "tcm/frame/command_context.h"
 #include "tcm/files/save_result_data.h"
@@ -19,6 +20,7 @@
 namespace {
 
 constexpr const char* kModelPrefix = "TCMMODEL";
+constexpr const char* kApplyPrefix = "TCMAPPLY";
 
 bool HasMember(const ASSimpleContainer& file, const char* member) {
   ZipReader reader(file.getAbsolutePath());
@@ -52,8 +54,10 @@ bool TSRunner::Run() {
   switch (tsdp->CommandKind()) {
     case 0:
       return RunModelSequence();
+    case 1:
+      return RunApplySequence();
     default:
-      // The sequences of TCM APPLY and TCM ANALYSIS come with those commands' model steps.
+      // The sequence of TCM ANALYSIS comes with that command's scenario steps.
       return true;
   }
 }
@@ -93,6 +97,29 @@ bool TSRunner::RunModelSequence() {
   return RunScoringSteps(spec, kModelPrefix);
 }
 
+bool TSRunner::RunApplySequence() {
+  const ValidSpec& spec = tsdp->spec;
+  const auto* applySpec = dynamic_cast<const TCMApplySpec*>(&spec);
+  if (applySpec == nullptr) return false;
+  // The saved model system is read, never written: a re-estimated one goes to a file of its own.
+  modelFile = std::make_unique<ASSimpleContainer>("TCMXML", applySpec->inputModelPath);
+  modelFile->preserveTempFile();
+  if (spec.buildOptions.reestimate) {
+    const std::string script = Score(false, false, true, true);
+    const bool reestimated = RunFlow(script, false);
+    traceASLFile(script, kApplyPrefix, "DO_REESTIMATE");
+    if (!reestimated || !newModelFile) return false;
+    modelFile = std::move(newModelFile);
+    modelFile->preserveTempFile();
+    if (spec.targetFilter.display != "ALLTARGETS") {
+      rankedTargets_.clear();
+      rankedTargetsBuilt_ = false;
+      RankedTargets();
+    }
+  }
+  return RunScoringSteps(spec, kApplyPrefix);
+}
+
 bool TSRunner::RunScoringSteps(const ValidSpec& spec, const char* prefix) {
   if (spec.needsScoring()) {
     const bool forecast = spec.buildOptions.forecastPeriods > 0;
@@ -100,8 +127,12 @@ bool TSRunner::RunScoringSteps(const ValidSpec& spec, const char* prefix) {
     traceASLFile(script, prefix, "SCORING");
     if (!RunFlow(script, NeedsSaving())) return false;
     script = Score(forecast, true, false, true);
-    traceASLFile(script, prefix, "SCORING_OUTPUT");
-    if (!RunFlow(script, false)) return false;
+    // TCM APPLY traces the output pass once it ran.
+    const bool traceFirst = spec.commandKind() == 0;
+    if (traceFirst) traceASLFile(script, prefix, "SCORING_OUTPUT");
+    const bool scored = RunFlow(script, false);
+    if (!traceFirst) traceASLFile(script, prefix, "SCORING_OUTPUT");
+    if (!scored) return false;
   } else {
     if (NeedsSaving()) {
       const std::string script = DataFlow();
@@ -158,6 +189,9 @@ std::string TSRunner::Score(bool forecast, bool fit, bool reestimate, bool outpu
     NewOutputPair();
     files.outputData = outputData.get();
     files.outputDataModel = outputDataModel.get();
+  } else {
+    NewModelFile();
+    files.newModelFile = newModelFile.get();
   }
   return ScoringFlowScript(tsdp->Blocks(), scoreConf, reestimate, outputPass, files);
 }
@@ -176,6 +210,19 @@ std::string TSRunner::DataFlow() {
   tsdp->Blocks().RtsdpBlock(false);
   NewOutputPair();
   return ReverseDataFlowScript(tsdp->Blocks(), *outputData, *outputDataModel);
+}
+
+void TSRunner::NewModelFile() {
+  ValidSpec& spec = tsdp->spec;
+  // A file already at the path is replaced only when the run ends well: the new archive is
+  // written beside it and renamed over it then.
+  if (!spec.modelSystemPath.empty()) {
+    newModelFile = std::make_unique<ASSimpleContainer>("TCMXML", spec.modelSystemPath);
+    return;
+  }
+  newModelFile = std::make_unique<ASSimpleContainer>("TCMXML", "");
+  newModelFile->preserveTempFile();
+  spec.modelSystemPath = newModelFile->getAbsolutePath();
 }
 
 void TSRunner::NewOutputPair() {

@@ -94,10 +94,16 @@ class TSRunner {
 
  private:
   bool RunModelSequence();
+  // TCM APPLY: re-estimation into a new model system when asked, then the scoring steps on the
+  // saved (or new) model system.
+  bool RunApplySequence();
   // The scoring, saving and output-data steps that TCM MODEL and TCM APPLY share.
   bool RunScoringSteps(const ValidSpec& spec, const char* prefix);
   // Merges the result stream of the finished job into the saved data.
   bool SaveResultData();
+  // The model system a re-estimation writes: at OUTFILE MODELSYSTEM, or a kept temporary file
+  // whose path becomes the command's model system path.
+  void NewModelFile();
   // A new output pair; the former one stays until the end of the run.
   void NewOutputPair();
   // Says that the target filter and the series filters selected no target to score.
