@@ -75,9 +75,7 @@ std::vector<std::string> Names(const std::vector<QuorVarName>& names) {
   return out;
 }
 
-int64_t Seconds(int64_t year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-  return support::ToSeconds({year, month, day, hour, minute, second});
-}
+using tcm_test::Seconds;
 
 std::string Times(const std::string& qualifiers) {
   return "/BUILDOPTIONS ESTIMATIONPERIOD=TIMES(" + qualifiers + ") ";
