@@ -13,7 +13,6 @@
 namespace {
 using namespace tcm_e2e;
 
-
 // What a command that needs no set-up says, and its exit status: 2 for a usage error, 1 for a
 // command that fails with a clear message.
 TEST_F(TcmProgram, ExitStatusAndMessages) {
