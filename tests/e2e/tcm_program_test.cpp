@@ -169,6 +169,7 @@ TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {
       {"ANALYSISINTERVAL=SECOND", "MISMATCHING_INTERVAL_KEY"}};
   for (const auto& [settings, key] : checks) {
     SCOPED_TRACE(settings);
+    fs::remove(Path("r.json"));  // so that each case's report is its own
     const Outcome failed = run(settings);
     EXPECT_EQ(failed.status, 1) << failed.out;
     ExpectContains(ReadAll(Path("r.json")), {"\"" + key + "\""});
