@@ -116,16 +116,9 @@ std::vector<std::string> Column(const std::string& csv, const std::string& name)
   return values;
 }
 
+// Model systems that no OUTFILE names are kept in the temporary folder: the test's own.
 class ModelRun : public TcmProgram {
  protected:
-  // Model systems that no OUTFILE names are kept in the temporary folder: the test's own.
-  void SetUp() override {
-    TcmProgram::SetUp();
-    fs::create_directory(Path("tmp"));
-    setenv("TMPDIR", Path("tmp").c_str(), 1);
-  }
-  void TearDown() override { unsetenv("TMPDIR"); }
-
   // Writes the data of `stores` with its dictionary and the command, runs it with a JSON report
   // and `extra` arguments, and reads the report.
   Report Run(const std::vector<std::string>& stores, const std::string& command,

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,10 +11,14 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include "support/temp_file.h"
 
 namespace {
 
@@ -31,47 +34,34 @@ std::string ReadText(const fs::path& path) {
   return buffer.str();
 }
 
-// A fresh folder under the temporary directory, removed with everything in it at the end.
-class TempDir {
- public:
-  TempDir() {
-    const std::string stem = "tcm_retail_" + std::to_string(::getpid()) + "_";
-    for (int attempt = 0;; ++attempt) {
-      path_ = fs::temp_directory_path() / (stem + std::to_string(attempt));
-      if (fs::create_directory(path_))
-        break;
-    }
-  }
-  ~TempDir() {
-    std::error_code ec;
-    fs::remove_all(path_, ec);
-  }
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
+std::string Quoted(const fs::path& path) {
+  return "\"" + path.string() + "\"";
+}
 
 struct RunResult {
   int exit_code = -1;
   std::string error_text;
 };
 
-// Runs the generator with the given arguments (already quoted where needed).
-RunResult RunGenerator(const TempDir& dir, const std::string& args) {
-  const fs::path err = dir.path() / "stderr.txt";
-  const std::string command =
-      "\"" + std::string(TCM_RETAIL_GENERATOR) + "\" " + args + " 2> \"" + err.string() + "\"";
-  const int status = std::system(command.c_str());
-  RunResult result;
-  result.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  result.error_text = ReadText(err);
-  return result;
-}
+// A run of the generator in a fresh folder, removed with everything in it at the end.
+class RetailGenerator : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    auto made = support::TempDir::Create("tcm_retail");
+    ASSERT_TRUE(made.ok()) << made.message();
+    dir_.emplace(std::move(made).value());
+  }
+  fs::path Path(const std::string& name) const { return dir_->path() / name; }
+  // Runs the generator with the given arguments (already quoted where needed).
+  RunResult Run(const std::string& args) const {
+    const fs::path err = Path("stderr.txt");
+    const std::string command = Quoted(TCM_RETAIL_GENERATOR) + " " + args + " 2> " + Quoted(err);
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadText(err)};
+  }
 
-std::string Quoted(const fs::path& path) {
-  return "\"" + path.string() + "\"";
-}
+  std::optional<support::TempDir> dir_;
+};
 
 // ---------------------------------------------------------------------------------------------
 // The documented model (examples/retail/README.md), read independently of the generator.
@@ -327,11 +317,10 @@ bool ReadmeHasLine(const std::string& readme, std::vector<std::string> words) {
 
 // ---------------------------------------------------------------------------------------------
 
-TEST(RetailData, RegeneratesTheCommittedFilesByteForByte) {
-  TempDir dir;
-  const fs::path csv = dir.path() / "nested" / "sales.csv";
-  const fs::path dict = dir.path() / "nested" / "sales.dict.json";
-  const RunResult run = RunGenerator(dir, Quoted(csv) + " --dict " + Quoted(dict));
+TEST_F(RetailGenerator, RegeneratesTheCommittedFilesByteForByte) {
+  const fs::path csv = Path("nested") / "sales.csv";
+  const fs::path dict = Path("nested") / "sales.dict.json";
+  const RunResult run = Run(Quoted(csv) + " --dict " + Quoted(dict));
   ASSERT_EQ(run.exit_code, 0) << run.error_text;
   const std::string committed_csv = ReadText(kExampleDir / "sales.csv");
   ASSERT_FALSE(committed_csv.empty());
@@ -349,48 +338,36 @@ TEST(RetailData, RegeneratesTheCommittedFilesByteForByte) {
   }
   EXPECT_EQ(ReadText(dict), ReadText(kExampleDir / "sales.dict.json"));
   EXPECT_LT(committed_csv.size(), 3u * 1024 * 1024);
-
   // No leftovers of the write-and-rename beside the outputs.
-  int files = 0;
-  for (const auto& entry : fs::directory_iterator(dir.path() / "nested")) {
-    (void)entry;
-    ++files;
-  }
-  EXPECT_EQ(files, 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(Path("nested")), fs::directory_iterator()), 2);
 }
 
-TEST(RetailData, GeneratorReportsBadUseAndKeepsExistingFiles) {
-  TempDir dir;
-  RunResult run = RunGenerator(dir, "");
-  EXPECT_EQ(run.exit_code, 2);
-  EXPECT_NE(run.error_text.find("usage: make_retail_data"), std::string::npos);
-
-  run = RunGenerator(dir, Quoted(dir.path() / "a.csv") + " --colour");
-  EXPECT_EQ(run.exit_code, 2);
-  EXPECT_NE(run.error_text.find("--colour"), std::string::npos);
-
-  run = RunGenerator(dir, Quoted(dir.path() / "a.csv") + " " + Quoted(dir.path() / "b.csv"));
-  EXPECT_EQ(run.exit_code, 2);
-  run = RunGenerator(dir, Quoted(dir.path() / "a.csv") + " --dict");
-  EXPECT_EQ(run.exit_code, 2);
-  EXPECT_FALSE(fs::exists(dir.path() / "a.csv"));
-
+TEST_F(RetailGenerator, ReportsBadUseAndKeepsExistingFiles) {
   // The target is a folder with a file in it: the write fails, names the path, and leaves the
-  // folder and its file as they were, with no partial file beside them.
-  const fs::path blocked = dir.path() / "blocked.csv";
+  // folder and its file as they were, with no partial file beside them. A folder that cannot
+  // be made, because a file stands where it should be, fails the same way.
+  const fs::path blocked = Path("blocked.csv");
   fs::create_directory(blocked);
-  { std::ofstream(blocked / "keep.txt") << "precious"; }
-  run = RunGenerator(dir, Quoted(blocked));
-  EXPECT_EQ(run.exit_code, 1);
-  EXPECT_NE(run.error_text.find(blocked.string()), std::string::npos) << run.error_text;
-  EXPECT_EQ(ReadText(blocked / "keep.txt"), "precious");
-  EXPECT_FALSE(fs::exists(dir.path() / "blocked.csv.part"));
-
-  // A folder that cannot be made, because a file stands where it should be.
-  { std::ofstream(dir.path() / "plain") << "x"; }
-  run = RunGenerator(dir, Quoted(dir.path() / "plain" / "sales.csv"));
-  EXPECT_EQ(run.exit_code, 1);
-  EXPECT_NE(run.error_text.find("plain"), std::string::npos) << run.error_text;
+  std::ofstream(blocked / "keep.txt") << "precious";
+  std::ofstream(Path("plain")) << "x";
+  const std::string a = Quoted(Path("a.csv"));
+  const std::tuple<std::string, int, std::string> cases[] = {  // arguments, exit code, message
+      {"", 2, "usage: make_retail_data"},
+      {a + " --colour", 2, "--colour"},
+      {a + " " + Quoted(Path("b.csv")), 2, ""},
+      {a + " --dict", 2, ""},
+      {Quoted(blocked), 1, blocked.string()},
+      {Quoted(Path("plain") / "sales.csv"), 1, "plain"},
+  };
+  for (const auto& [arguments, exit_code, message] : cases) {
+    SCOPED_TRACE(arguments);
+    const RunResult run = Run(arguments);
+    EXPECT_EQ(run.exit_code, exit_code);
+    EXPECT_NE(run.error_text.find(message), std::string::npos) << run.error_text;
+    EXPECT_FALSE(fs::exists(Path("a.csv")));
+    EXPECT_EQ(ReadText(blocked / "keep.txt"), "precious");
+    EXPECT_FALSE(fs::exists(Path("blocked.csv.part")));
+  }
 }
 
 TEST(RetailData, OneRowPerDayRegionAndProductWithPlausibleValues) {
@@ -464,20 +441,19 @@ TEST(RetailData, CausesLeadTheirEffectsInEverySeries) {
       return std::pair(LaggedCorrelation(v[cause], v[effect], lag),
                        LaggedCorrelation(v[cause], v[effect], -lag));
     };
-    const auto [visits_sales, sales_visits] = lead(kVisits, kSales, 1);
-    EXPECT_GT(visits_sales, 0.3);
-    EXPECT_GT(visits_sales, sales_visits + 0.1);
-    const auto [ad_visits, visits_ad] = lead(kAdSpend, kVisits, 1);
-    EXPECT_GT(ad_visits, 0.3);
-    EXPECT_GT(ad_visits, visits_ad + 0.1);
-    const auto [sales_returns, returns_sales] = lead(kSales, kReturns, 2);
-    EXPECT_GT(sales_returns, 0.2);
-    EXPECT_GT(sales_returns, returns_sales + 0.1);
-    // Dearer yesterday, fewer units today; a promotion yesterday, more.
+    // Visits lead sales, advertising leads visits, sales lead returns, and a promotion yesterday
+    // brings more units today.
+    const std::tuple<Field, Field, int, double> leads[] = {{kVisits, kSales, 1, 0.3},
+                                                           {kAdSpend, kVisits, 1, 0.3},
+                                                           {kSales, kReturns, 2, 0.2},
+                                                           {kPromo, kSales, 1, 0.2}};
+    for (const auto& [cause, effect, lag, least] : leads) {
+      const auto [forward, backward] = lead(cause, effect, lag);
+      EXPECT_GT(forward, least) << kFieldNames[cause] << " to " << kFieldNames[effect];
+      EXPECT_GT(forward, backward + 0.1) << kFieldNames[cause] << " to " << kFieldNames[effect];
+    }
+    // Dearer yesterday, fewer units today.
     EXPECT_LT(LaggedCorrelation(v[kPrice], v[kSales], 1), -0.1);
-    const auto [promo_sales, sales_promo] = lead(kPromo, kSales, 1);
-    EXPECT_GT(promo_sales, 0.2);
-    EXPECT_GT(promo_sales, sales_promo + 0.1);
     // Warmer yesterday, more visits today (beyond the season: compare day-to-day changes).
     std::vector<double> dtemp(kDays, kMissing), dvisits(kDays, kMissing);
     for (int t = 1; t < kDays; ++t) {

@@ -5,78 +5,73 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <filesystem>
 #include <map>
-#include <string>
 #include <thread>
 #include <vector>
 
 #include "e2e/tcm_run.h"
 
-extern char** environ;
-
 namespace {
 using namespace tcm_e2e;
 
-constexpr const char* kModel =
+const std::string kModel =
     "TCM MODEL /DATASETTINGS DIMENSIONS=region product TIMETYPE=DATETIMEVAR TIMEVAR=date\n"
     "  /BUILDOPTIONS FORECASTPERIODS=7 /SAVE PREDICTED\n";
-constexpr const char* kFields = "  /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=visits price promo.\n";
+const std::string kFields = "  /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=visits price promo.\n";
 
 class RunFiles : public TcmProgram {
  protected:
   void SetUp() override {
     TcmProgram::SetUp();
     fs::copy_file(kSales, Path("data.csv"));
-    fs::create_directory(Path("tmp"));
   }
   std::string Data() const { return Path("data.csv").string(); }
-
-  // Every file of a folder, hidden ones too, with its content.
-  static std::map<std::string, std::string> Contents(const fs::path& folder) {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-      files[entry.path().filename().string()] = ReadAll(entry.path());
-    }
-    return files;
+  Outcome Run(const std::string& syntax, const std::string& arguments) {
+    return TcmProgram::Run(syntax, "--data " + Data() + " " + arguments);
   }
 };
 
-TEST_F(RunFiles, AnOutputThatIsAnInputIsRefusedBeforeAnythingRuns) {
+// An output that is an input is refused before anything runs, and a command that did not run
+// exits 1 with its reason in the report; the data and the syntax stay as they were.
+TEST_F(RunFiles, RefusedAndUnrunCommandsExitOneAndChangeNothing) {
   fs::create_symlink(Path("data.csv"), Path("alias.csv"));
-  const std::string syntax_path = Path("model.tcm").string();
-  struct Case {
-    std::string outfile;    // the command's OUTFILE subcommand
-    std::string arguments;  // more arguments of tcm run
-    std::string names;      // what the message must say
-  };
+  fs::create_directory(Path("sub"));
   const std::string command = "Refused: the output file";  // before the command runs
   const std::string run = "is the data file of this run: nothing is written over it. Nothing";
-  const std::vector<Case> cases = {
-      {"/OUTFILE MODELSYSTEM='" + Data() + "'", "", command},
-      {"/OUTFILE DATA='" + Data() + "'", "", command},
-      {"/OUTFILE DATA='" + Path("sub/../alias.csv").string() + "'", "", command},
-      {"", "--out " + syntax_path, "is the syntax file of this run"},
-      {"", "--json " + Path("alias.csv").string(), run},
-      {"", "--save-data " + Data(), run},
+  const std::string settings = "TCM MODEL /DATASETTINGS TIMETYPE=DATETIMEVAR TIMEVAR=date ";
+  const std::string report = "--json " + Path("r.json").string();
+  const auto outfile = [](const std::string& what) { return kModel + what + "\n" + kFields; };
+  struct Case {
+    std::string syntax, arguments;  // of tcm run
+    std::string says;               // in its output or, with `report`, in r.json
   };
-  fs::create_directory(Path("sub"));
+  const Case cases[] = {
+      {outfile("/OUTFILE MODELSYSTEM='" + Data() + "'"), "--text", command},
+      {outfile("/OUTFILE DATA='" + Data() + "'"), "--text", command},
+      {outfile("/OUTFILE DATA='" + Path("sub/../alias.csv").string() + "'"), "--text", command},
+      {outfile(""), "--text --out " + Path("model.tcm").string(), "is the syntax file of this run"},
+      {outfile(""), "--text --json " + Path("alias.csv").string(), run},
+      {outfile(""), "--text --save-data " + Data(), run},
+      {settings + "INPUTINTERVL=DAY\n" + kFields, report, "COMMAND_NOT_RUN_KEY"},
+      {settings + "region\n" + kFields, report, "COMMAND_NOT_RUN_KEY"},
+      {"", report, "NO_COMMANDS_KEY"},
+      {"* a comment and nothing else.\n", report, "NO_COMMANDS_KEY"},
+  };
+  const std::string data_before = ReadAll(Data());
   for (const Case& c : cases) {
-    const std::string syntax = Write(syntax_path, kModel + c.outfile + "\n" + kFields);
-    const std::string data_before = ReadAll(Data());
-    const Outcome outcome =
-        Tcm("run " + syntax + " --data " + Data() + " --text " + c.arguments);
-    EXPECT_EQ(outcome.status, 1) << c.outfile << c.arguments << "\n" << outcome.out;
-    EXPECT_NE(outcome.out.find(c.names), std::string::npos) << outcome.out;
+    SCOPED_TRACE(c.syntax + c.arguments);
+    fs::remove(Path("r.json"));
+    const Outcome outcome = Run(c.syntax, c.arguments);
+    EXPECT_EQ(outcome.status, 1) << outcome.out;
+    const std::string said = c.arguments == report ? ReadAll(Path("r.json")) : outcome.out;
+    EXPECT_NE(said.find(c.says), std::string::npos) << said;
     EXPECT_EQ(outcome.out.find("stage '"), std::string::npos) << "a flow ran:\n" << outcome.out;
     EXPECT_EQ(ReadAll(Data()), data_before);
-    EXPECT_EQ(ReadAll(syntax_path), kModel + c.outfile + "\n" + kFields);
+    EXPECT_EQ(ReadAll(Path("model.tcm")), c.syntax);
     EXPECT_TRUE(fs::is_symlink(Path("alias.csv")));
   }
 }
@@ -84,10 +79,7 @@ TEST_F(RunFiles, AnOutputThatIsAnInputIsRefusedBeforeAnythingRuns) {
 // Standard output and devices are written in place. Without OUTFILE MODELSYSTEM the model system
 // is the one file that outlives the run, and the program says where.
 TEST_F(RunFiles, DevicesAndStandardOutputAreWrittenInPlace) {
-  const std::string syntax = Write(Path("model.tcm"), std::string(kModel) + kFields);
-  setenv("TMPDIR", Path("tmp").c_str(), 1);
-  const Outcome json = Tcm("run " + syntax + " --data " + Data() + " --out /dev/null --json -");
-  unsetenv("TMPDIR");
+  const Outcome json = Run(kModel + kFields, "--out /dev/null --json -");
   ASSERT_EQ(json.status, 0) << json.out;
   EXPECT_NE(json.out.find("\"Temporal Causal Modeling\""), std::string::npos);
   std::vector<std::string> kept;
@@ -99,63 +91,39 @@ TEST_F(RunFiles, DevicesAndStandardOutputAreWrittenInPlace) {
   ASSERT_EQ(::stat("/dev/null", &info), 0);
   EXPECT_TRUE(S_ISCHR(info.st_mode)) << "/dev/null was replaced by a file";
 
-  const Outcome data = Tcm("run " + syntax + " --data " + Data() + " --save-data /dev/stdout");
+  const Outcome data = Run(kModel + kFields, "--save-data /dev/stdout");
   ASSERT_EQ(data.status, 0) << data.out;
   EXPECT_NE(data.out.find("date,region,product"), std::string::npos);
   EXPECT_FALSE(fs::exists("-"));
 }
 
-TEST_F(RunFiles, ACommandThatDidNotRunExitsOne) {
-  struct Case {
-    std::string syntax;
-    std::string key;
-  };
-  const std::vector<Case> cases = {
-      {"TCM MODEL /DATASETTINGS TIMETYPE=DATETIMEVAR TIMEVAR=date INPUTINTERVL=DAY\n" +
-           std::string(kFields),
-       "COMMAND_NOT_RUN_KEY"},
-      {"TCM MODEL /DATASETTINGS TIMETYPE=DATETIMEVAR TIMEVAR=date region\n" + std::string(kFields),
-       "COMMAND_NOT_RUN_KEY"},
-      {"", "NO_COMMANDS_KEY"},
-      {"* a comment and nothing else.\n", "NO_COMMANDS_KEY"},
-  };
-  for (const Case& c : cases) {
-    const std::string syntax = Write(Path("model.tcm"), c.syntax);
-    const Outcome outcome =
-        Tcm("run " + syntax + " --data " + Data() + " --json " + Path("r.json").string());
-    EXPECT_EQ(outcome.status, 1) << c.syntax << "\n" << outcome.out;
-    EXPECT_NE(ReadAll(Path("r.json")).find(c.key), std::string::npos) << c.syntax;
-  }
-}
-
-// Starts tcm with TMPDIR set, and returns its process id.
-pid_t Spawn(const std::vector<std::string>& arguments, const fs::path& tmpdir) {
-  std::vector<std::string> words{TCM_PROGRAM};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
+// Starts tcm, quiet, in the test's environment, and returns its process id.
+pid_t Spawn(std::vector<std::string> arguments) {
+  std::vector<char*> argv{const_cast<char*>(TCM_PROGRAM)};
+  for (std::string& word : arguments) argv.push_back(word.data());
   argv.push_back(nullptr);
-  std::vector<std::string> env_text{"TMPDIR=" + tmpdir.string()};
-  for (char** e = environ; *e != nullptr; ++e) {
-    if (std::string(*e).rfind("TMPDIR=", 0) != 0) env_text.emplace_back(*e);
-  }
-  std::vector<char*> envp;
-  for (std::string& e : env_text) envp.push_back(e.data());
-  envp.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
-  pid_t pid = -1;
-  posix_spawn(&pid, TCM_PROGRAM, &actions, nullptr, argv.data(), envp.data());
-  posix_spawn_file_actions_destroy(&actions);
-  return pid;
+  const pid_t pid = fork();
+  if (pid != 0) return pid;
+  const int quiet = open("/dev/null", O_WRONLY);
+  dup2(quiet, 1);
+  dup2(quiet, 2);
+  execv(TCM_PROGRAM, argv.data());
+  _exit(127);
 }
 
 int Wait(pid_t pid) {
   int status = 0;
   waitpid(pid, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Every file of a folder, hidden ones too, with its content.
+std::map<std::string, std::string> Contents(const fs::path& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    files[entry.path().filename().string()] = ReadAll(entry.path());
+  }
+  return files;
 }
 
 // A run that writes a model system, scored data and a report over old ones is stopped at moments
@@ -167,13 +135,12 @@ TEST_F(RunFiles, InterruptsLeaveTheOldFilesOrTheNewOnesAndNoTemporaryFile) {
   const fs::path tmp = Path("tmp");
   fs::create_directory(out);
   const std::string syntax =
-      Write(Path("model.tcm"), std::string(kModel) + "/OUTFILE MODELSYSTEM='" +
-                                   (out / "model.zip").string() + "' DATA='" +
-                                   (out / "scored.csv").string() + "'\n" + kFields);
+      Write(Path("model.tcm"), kModel + "/OUTFILE MODELSYSTEM='" + (out / "model.zip").string() +
+                                   "' DATA='" + (out / "scored.csv").string() + "'\n" + kFields);
   const std::vector<std::string> arguments{"run", syntax, "--data", Data(), "--out",
                                            (out / "report.html").string()};
   const auto start = std::chrono::steady_clock::now();
-  ASSERT_EQ(Wait(Spawn(arguments, tmp)), 0);
+  ASSERT_EQ(Wait(Spawn(arguments)), 0);
   const auto length = std::chrono::steady_clock::now() - start;
   const auto fresh = Contents(out);
   ASSERT_EQ(fresh.size(), 4u);  // the model, the data, its dictionary and the report
@@ -181,15 +148,19 @@ TEST_F(RunFiles, InterruptsLeaveTheOldFilesOrTheNewOnesAndNoTemporaryFile) {
 
   std::map<std::string, std::string> old;
   for (const auto& [name, content] : fresh) old[name] = "old " + name;
+  // Writes the old files, starts a run and sends it `signal_number` after `wait`.
+  const auto stopped = [&](int signal_number, auto wait) {
+    for (const auto& [name, content] : old) Write(out / name, content);
+    const pid_t pid = Spawn(arguments);
+    std::this_thread::sleep_for(wait);
+    kill(pid, signal_number);
+    return Wait(pid);
+  };
   for (const double fraction : {0.02, 0.1, 0.25, 0.4, 0.55, 0.7, 0.85, 0.97, 1.2}) {
     for (const int signal_number : {SIGINT, SIGTERM}) {
-      for (const auto& [name, content] : old) Write(out / name, content);
-      const pid_t pid = Spawn(arguments, tmp);
-      std::this_thread::sleep_for(length * fraction);
-      kill(pid, signal_number);
-      const int status = Wait(pid);
-      const auto now = Contents(out);
       SCOPED_TRACE("signal " + std::to_string(signal_number) + " at " + std::to_string(fraction));
+      const int status = stopped(signal_number, length * fraction);
+      const auto now = Contents(out);
       if (status == 0) {
         EXPECT_EQ(now.size(), fresh.size());
         for (const auto& [name, content] : now) EXPECT_NE(content.rfind("old ", 0), 0u) << name;
@@ -201,14 +172,8 @@ TEST_F(RunFiles, InterruptsLeaveTheOldFilesOrTheNewOnesAndNoTemporaryFile) {
     }
   }
 
-  for (const auto& [name, content] : old) Write(out / name, content);
-  const pid_t killed = Spawn(arguments, tmp);
-  std::this_thread::sleep_for(length / 2);
-  kill(killed, SIGKILL);
-  Wait(killed);
-  setenv("TMPDIR", tmp.c_str(), 1);
+  stopped(SIGKILL, length / 2);
   const Outcome cleaned = Tcm("check " + syntax + " --data " + Data());
-  unsetenv("TMPDIR");
   EXPECT_EQ(cleaned.status, 0) << cleaned.out;
   EXPECT_TRUE(fs::is_empty(tmp));
   EXPECT_EQ(Contents(out), old);

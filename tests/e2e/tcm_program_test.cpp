@@ -1,9 +1,10 @@
 // End-to-end tests of the tcm program: run as a user would, with files in a temporary folder.
 #include <algorithm>
-#include <cstdlib>
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -12,96 +13,86 @@
 namespace {
 using namespace tcm_e2e;
 
-
-TEST_F(TcmProgram, UsageErrorsExitTwoAndHelpExitsZero) {
-  EXPECT_EQ(Tcm("--help").status, 0);
-  EXPECT_EQ(Tcm("").status, 2);
-  EXPECT_EQ(Tcm("run").status, 2);
-  EXPECT_EQ(Tcm("frobnicate x").status, 2);
-  EXPECT_EQ(Tcm("describe").status, 2);
-}
-
-TEST_F(TcmProgram, DescribePrintsTheDictionaryAsRead) {
-  const Outcome outcome = Tcm("describe --data " + kSales);
-  ASSERT_EQ(outcome.status, 0) << outcome.out;
-  for (const char* expected : {"date", "DATE11", "region", "Nominal", "Beverages", "8772"}) {
-    EXPECT_NE(outcome.out.find(expected), std::string::npos) << expected << "\n" << outcome.out;
+// What a command that needs no set-up says, and its exit status: 2 for a usage error, 1 for a
+// command that fails with a clear message.
+TEST_F(TcmProgram, ExitStatusAndMessages) {
+  const std::string broken = Write(Path("broken.csv"), "a,b\n1,\"unterminated\n");
+  const std::string messages = Path("messages.json").string();
+  struct Case {
+    std::string arguments, input;
+    int status;
+    std::vector<std::string> says;  // in the output
+    std::string reports;            // in the messages' JSON, when not empty
+  };
+  const Case cases[] = {
+      {"--help", "", 0, {}, ""},
+      {"", "", 2, {}, ""},
+      {"run", "", 2, {}, ""},
+      {"frobnicate x", "", 2, {}, ""},
+      {"describe", "", 2, {}, ""},
+      {"encode-password elevenchars", "", 2, {}, ""},
+      {"describe --data " + kSales, "", 0, {"date", "DATE11", "region", "Nominal", "Beverages",
+                                            "8772"}, ""},
+      {"describe --data " + Path("nowhere.csv").string(), "", 1, {"nowhere.csv"}, ""},
+      {"describe --data " + broken, "", 1, {"broken.csv"}, ""},
+      {"run " + Path("absent.tcm").string(), "", 1, {"absent.tcm"}, ""},
+      {"check " + std::string(TCM_SOURCE_DIR) + "/examples/retail/retail.tcm --data " + kSales,
+       "", 0, {}, ""},
+      {"check - --data " + kSales + " --json " + messages, "TCM MODEL /BUILDOPTIONS CILEVEL=100.\n",
+       1, {"Error: TCM MODEL: "}, "\"InvalidParamValue\""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.arguments);
+    const Outcome outcome = Tcm(c.arguments, c.input);
+    EXPECT_EQ(outcome.status, c.status) << outcome.out;
+    ExpectContains(outcome.out, c.says);
+    if (c.reports.empty()) continue;
+    const auto document = nlohmann::json::parse(ReadAll(messages), nullptr, false);
+    ASSERT_FALSE(document.is_discarded());
+    EXPECT_NE(document.dump().find(c.reports), std::string::npos) << document.dump();
   }
-  const Outcome missing = Tcm("describe --data " + Path("nowhere.csv").string());
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_NE(missing.out.find("nowhere.csv"), std::string::npos) << missing.out;
-}
-
-TEST_F(TcmProgram, CheckTheExampleAndABrokenCommand) {
-  const std::string example = std::string(TCM_SOURCE_DIR) + "/examples/retail/retail.tcm";
-  const Outcome good = Tcm("check " + example + " --data " + kSales);
-  EXPECT_EQ(good.status, 0) << good.out;
-
-  const std::string json = Path("messages.json").string();
-  const Outcome bad =
-      Tcm("check - --data " + kSales + " --json " + json, "TCM MODEL /BUILDOPTIONS CILEVEL=100.\n");
-  EXPECT_EQ(bad.status, 1) << bad.out;
-  EXPECT_NE(bad.out.find("Error: TCM MODEL: "), std::string::npos) << bad.out;
-  const auto document = nlohmann::json::parse(ReadAll(json), nullptr, false);
-  ASSERT_FALSE(document.is_discarded());
-  EXPECT_NE(document.dump().find("\"InvalidParamValue\""), std::string::npos) << document.dump();
 }
 
 TEST_F(TcmProgram, RunWritesSelfContainedReportsAndKeepsFilesOnFailure) {
-  const std::string syntax = Write(Path("model.tcm"),
-                                   "TCM MODEL /DEBUG_ /DATASETTINGS TIMETYPE=NONE\n"
-                                   "  /FIELDSGROUP /FIELDS TARGETS=sales.\n");
+  const std::string syntax = "TCM MODEL /DEBUG_ /DATASETTINGS TIMETYPE=NONE\n"
+                             "  /FIELDSGROUP /FIELDS TARGETS=sales.\n";
   const std::string html = Path("report.html").string();
-  const Outcome outcome =
-      Tcm("run " + syntax + " --data " + kSales + " --out " + html + " --json " +
-          Path("report.json").string());
+  const std::string json = Path("report.json").string();
+  const Outcome outcome = Run(syntax, "--data " + kSales + " --out " + html + " --json " + json);
   EXPECT_EQ(outcome.status, 0) << outcome.out;
   const std::string page = ReadAll(html);
-  EXPECT_NE(page.find("<html"), std::string::npos);
-  EXPECT_NE(page.find("Done Parsing"), std::string::npos);
-  EXPECT_EQ(page.find("http://"), std::string::npos);
-  EXPECT_EQ(page.find("https://"), std::string::npos);
-
+  ExpectContains(page, {"<html", "Done Parsing"});
+  for (const char* link : {"http://", "https://"}) {
+    EXPECT_EQ(page.find(link), std::string::npos) << link;
+  }
   // A report that cannot be written fails the run and leaves the old report as it was.
-  const Outcome blocked = Tcm("run " + syntax + " --data " + kSales + " --out " +
-                              Path("no/such/folder/report.html").string());
-  EXPECT_EQ(blocked.status, 1);
+  const std::string blocked = Path("no/such/folder/report.html").string();
+  EXPECT_EQ(Run(syntax, "--data " + kSales + " --out " + blocked).status, 1);
   EXPECT_EQ(ReadAll(html), page);
-  const Outcome missing_syntax = Tcm("run " + Path("absent.tcm").string());
-  EXPECT_EQ(missing_syntax.status, 1);
-  EXPECT_NE(missing_syntax.out.find("absent.tcm"), std::string::npos);
-}
-
-TEST_F(TcmProgram, BrokenDataIsAClearMessageNotACrash) {
-  const std::string csv = Write(Path("broken.csv"), "a,b\n1,\"unterminated\n");
-  const Outcome outcome = Tcm("describe --data " + csv);
-  EXPECT_EQ(outcome.status, 1) << outcome.out;
-  EXPECT_NE(outcome.out.find("broken.csv"), std::string::npos) << outcome.out;
 }
 
 // 240 days of two regions, x driving y a day later; the second region, "Süd", is written in
 // latin-1, and `odd_day` (when not empty) takes the place of North's 58th day, 2019-02-27.
 std::string SmallData(const std::string& odd_day = {}) {
+  using namespace std::chrono;
   std::string csv = "day,region,x,y\n";
   unsigned state = 7;
   const auto noise = [&state] {
     state = state * 1103515245u + 12345u;
     return static_cast<double>((state >> 16) % 1000) / 1000.0;
   };
-  for (const char* region : {"North", "S\xFC" "d"}) {
+  for (const std::string region : {"North", "S\xFC" "d"}) {
     double previous = 0;
     for (int d = 0; d < 240; ++d) {
-      const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 31};
-      int month = 0;
-      int day = d;
-      while (day >= days[month]) day -= days[month++];
+      const year_month_day day{sys_days{year{2019} / 1 / 1} + days{d}};
       char date[32];
-      std::snprintf(date, sizeof date, "2019-%02d-%02d", month + 1, day + 1);
+      std::snprintf(date, sizeof date, "2019-%02u-%02u", unsigned{day.month()},
+                    unsigned{day.day()});
       const double x = 10 + 5 * noise();
       const double y = 2 + 0.8 * previous + 0.2 * noise();
       previous = x;
-      const bool odd = !odd_day.empty() && d == 57 && std::string(region) == "North";
-      csv += (odd ? odd_day : std::string(date)) + "," + region + "," + std::to_string(x) + "," +
+      const bool odd = !odd_day.empty() && d == 57 && region == "North";
+      csv += (odd ? odd_day : date) + "," + region + "," + std::to_string(x) + "," +
              std::to_string(y) + "\n";
     }
   }
@@ -112,16 +103,13 @@ std::string SmallData(const std::string& odd_day = {}) {
 // time with a warning naming its line and value, the latin-1 region reads as UTF-8.
 TEST_F(TcmProgram, OddButValidDataRunWithWarnings) {
   const std::string data = Write(Path("odd.csv"), SmallData("2019-02-30"));
-  const std::string syntax =
-      Write(Path("odd.tcm"),
-            "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
-            "  /TARGETFILTER DISPLAY=ALLTARGETS /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n");
   const std::string json = Path("odd.json").string();
-  const Outcome outcome = Tcm("run " + syntax + " --data " + data + " --json " + json + " --text");
+  const Outcome outcome =
+      Run("TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
+          "  /TARGETFILTER DISPLAY=ALLTARGETS /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n",
+          "--data " + data + " --json " + json + " --text");
   ASSERT_EQ(outcome.status, 0) << outcome.out;
-  for (const char* expected : {"line 59 \"2019-02-30\"", "DATE11", "\"S\xC3\xBC" "d\"", "latin-1"}) {
-    EXPECT_NE(outcome.out.find(expected), std::string::npos) << expected << "\n" << outcome.out;
-  }
+  ExpectContains(outcome.out, {"line 59 \"2019-02-30\"", "DATE11", "\"S\xC3\xBC" "d\"", "latin-1"});
   const auto report = nlohmann::json::parse(ReadAll(json), nullptr, false);
   ASSERT_FALSE(report.is_discarded());
   EXPECT_NE(report.dump().find("S\xC3\xBC" "d"), std::string::npos);
@@ -134,16 +122,13 @@ TEST_F(TcmProgram, EncodedPasswordProtectsTheSavedData) {
   ASSERT_EQ(encoded.status, 0) << encoded.out;
   EXPECT_EQ(Tcm("encode-password -", "s3cret\n").out, encoded.out);
   EXPECT_EQ(encoded.out.find("s3cret"), std::string::npos) << encoded.out;
-  EXPECT_EQ(Tcm("encode-password elevenchars").status, 2);
 
-  const std::string data = Write(Path("small.csv"), SmallData());
-  const fs::path saved = Path("scored.csv");
-  const std::string syntax =
-      Write(Path("protect.tcm"),
-            "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
-            "  /SAVE PREDICTED /OUTFILE DATA='" + saved.string() + "'\n" + encoded.out +
-            "  /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n");
-  const Outcome run = Tcm("run " + syntax + " --data " + data + " --text");
+  const std::string saved = Path("scored.csv").string();
+  const Outcome run =
+      Run("TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day\n"
+          "  /SAVE PREDICTED /OUTFILE DATA='" + saved + "'\n" + encoded.out +
+              "  /FIELDSGROUP /FIELDS TARGETS=y INPUTS=x.\n",
+          "--data " + Write(Path("small.csv"), SmallData()) + " --text");
   ASSERT_EQ(run.status, 0) << run.out;
   auto archive = support::ZipArchiveReader::Open(saved, "s3cret");
   ASSERT_TRUE(archive.ok()) << archive.message();
@@ -151,12 +136,12 @@ TEST_F(TcmProgram, EncodedPasswordProtectsTheSavedData) {
   ASSERT_TRUE(cases.ok()) << cases.message();
   EXPECT_NE(cases->find("Predicted_y"), std::string::npos);
 
-  for (const std::string& command : {"describe --data " + saved.string(),
-                                     "run " + syntax + " --data " + saved.string()}) {
-    const Outcome refused = Tcm(command);
-    EXPECT_EQ(refused.status, 1) << command;
-    EXPECT_NE(refused.out.find("is a password-protected archive"), std::string::npos)
-        << command << "\n" << refused.out;
+  const std::string run_again = "run " + Path("model.tcm").string();
+  for (const std::string& command : {std::string("describe"), run_again}) {
+    SCOPED_TRACE(command);
+    const Outcome refused = Tcm(command + " --data " + saved);
+    EXPECT_EQ(refused.status, 1);
+    ExpectContains(refused.out, {"is a password-protected archive"});
     EXPECT_EQ(refused.out.find("UTF-8"), std::string::npos) << refused.out;
   }
 }
@@ -171,49 +156,36 @@ TEST_F(TcmProgram, DataChecksStopTheRunAndNoTemporaryFileStays) {
              std::to_string(id % 7) + "\n";
     }
   }
-  const std::string data = Write(Path("many.csv"), csv);
-  const fs::path temp = Path("tmp");
-  fs::create_directory(temp);
+  const std::string arguments = "--data " + Write(Path("many.csv"), csv) + " --json " +
+                                Path("r.json").string() + " --text";
   const auto run = [&](const std::string& settings) {
-    const std::string syntax = Write(Path("check.tcm"),
-                                     "TCM MODEL /DATASETTINGS DIMENSIONS=id TIMETYPE=DATETIMEVAR "
-                                     "TIMEVAR=day " + settings +
-                                     "\n /FIELDSGROUP /FIELDS TARGETS=y.\n");
-    return Tcm("run " + syntax + " --data " + data + " --json " + Path("r.json").string() +
-               " --text");
+    return Run("TCM MODEL /DATASETTINGS DIMENSIONS=id TIMETYPE=DATETIMEVAR TIMEVAR=day " +
+                   settings + "\n /FIELDSGROUP /FIELDS TARGETS=y.\n",
+               arguments);
   };
-  // The program's temporary files go to $TMPDIR; the test's own folder must stay empty.
-  setenv("TMPDIR", temp.c_str(), 1);
-  struct Case {
-    std::string settings;
-    std::string key;
-  };
-  for (const Case& check : {Case{"MAXDIMVALUES=101", "MAX_EXCEED_KEY"},
-                            Case{"/DATAFILTER DIMVALUES=id(INCLUDE=k1 zz)", "INVALID_DIM_VAL_KEY"},
-                            Case{"ANALYSISINTERVAL=SECOND", "MISMATCHING_INTERVAL_KEY"}}) {
-    const Outcome failed = run(check.settings);
-    EXPECT_EQ(failed.status, 1) << check.settings << "\n" << failed.out;
-    EXPECT_NE(ReadAll(Path("r.json")).find("\"" + check.key + "\""), std::string::npos)
-        << check.settings << "\n" << failed.out;
-    EXPECT_TRUE(fs::is_empty(temp)) << check.settings;
+  const std::pair<std::string, std::string> checks[] = {  // the settings and the report's key
+      {"MAXDIMVALUES=101", "MAX_EXCEED_KEY"},
+      {"/DATAFILTER DIMVALUES=id(INCLUDE=k1 zz)", "INVALID_DIM_VAL_KEY"},
+      {"ANALYSISINTERVAL=SECOND", "MISMATCHING_INTERVAL_KEY"}};
+  for (const auto& [settings, key] : checks) {
+    SCOPED_TRACE(settings);
+    fs::remove(Path("r.json"));  // so that each case's report is its own
+    const Outcome failed = run(settings);
+    EXPECT_EQ(failed.status, 1) << failed.out;
+    ExpectContains(ReadAll(Path("r.json")), {"\"" + key + "\""});
+    EXPECT_TRUE(fs::is_empty(Path("tmp")));  // the program's $TMPDIR
   }
   // Data that pass the checks go on to the model build, which finds nothing to model in three
   // days of constant series and says so. A failed command keeps nothing, not even the model
   // system that a command without OUTFILE MODELSYSTEM keeps in the temporary folder.
-  const Outcome passed = run("");
-  unsetenv("TMPDIR");
-  EXPECT_NE(passed.out.find("no target series"), std::string::npos) << passed.out;
-  EXPECT_TRUE(fs::is_empty(temp));
+  ExpectContains(run("").out, {"no target series"});
+  EXPECT_TRUE(fs::is_empty(Path("tmp")));
 }
 
-}  // namespace
-
-namespace {
-
-// The inputs of every target of a graph: target metric and combination -> input metrics of
-// the same combination, and the count of inputs from another combination.
+// The inputs of every target of a graph: target metric -> input metric codes of the same
+// combination, over all combinations, and the count of inputs from another combination.
 struct FoundGraph {
-  std::map<std::string, std::set<std::string>> inputs;  // "sales" -> {"visits", ...} all combos
+  std::map<std::string, std::set<std::string>> inputs;
   int targets = 0;
   int crossCombination = 0;
 };
@@ -222,41 +194,33 @@ FoundGraph ReadGraph(const std::string& text) {
   FoundGraph found;
   const auto graph = nlohmann::json::parse(text, nullptr, false);
   if (!graph.is_object()) return found;
-  std::map<std::string, std::string> metricOf;  // id -> metric
-  for (const auto& target : graph["targets"]) metricOf[target["id"]] = target["metric"];
   for (const auto& target : graph["targets"]) {
     ++found.targets;
     const std::string id = target["id"];
-    const std::string combination = id.substr(0, id.rfind('-'));
     for (const auto& input : target["inputs"]) {
       const std::string inputId = input["id"];
-      const std::string metricCode = inputId.substr(inputId.rfind('-') + 1);
-      if (inputId.substr(0, inputId.rfind('-')) != combination) ++found.crossCombination;
-      found.inputs[target["metric"]].insert(metricCode);
+      const std::size_t dash = inputId.rfind('-');
+      if (inputId.substr(0, dash) != id.substr(0, id.rfind('-'))) ++found.crossCombination;
+      found.inputs[target["metric"]].insert(inputId.substr(dash + 1));
     }
   }
   return found;
 }
 
-}  // namespace
-
 // The example's TCM MODEL run as a user makes it: the model system and the scored data are
 // written where OUTFILE says, the scored data carry predictions, limits, residuals and the
 // forecast flag, and the graph is the one the data were generated from.
 TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
-  const fs::path temp = Path("tmp");
-  fs::create_directory(temp);
-  setenv("TMPDIR", temp.c_str(), 1);
   const Outcome outcome = Tcm("run " + std::string(TCM_SOURCE_DIR) +
                               "/examples/retail/retail.tcm --data " + kSales + " --out " +
                               Path("report.html").string());
-  unsetenv("TMPDIR");
   ASSERT_EQ(outcome.status, 0) << outcome.out;
 
   // The preparation: 84 daily series (12 combinations, 7 metrics) on one axis of 731 days,
   // 2023-01-01 to 2024-12-31 as day numbers.
-  const auto prepared = nlohmann::json::parse(
-      ArchiveMember(temp / "retail.tcm.zip", "TSDPOutput.json"), nullptr, false);
+  const fs::path model = Path("tmp") / "retail.tcm.zip";
+  const auto prepared =
+      nlohmann::json::parse(ArchiveMember(model, "TSDPOutput.json"), nullptr, false);
   ASSERT_TRUE(prepared.is_object()) << outcome.out;
   const auto& output = prepared["output"];
   EXPECT_EQ(output["timeFormat"], "date");
@@ -265,7 +229,7 @@ TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
   EXPECT_EQ(output["timeVariable"].back().get<double>(), 20088);
   EXPECT_EQ(output["series"].size(), 84u);
 
-  const std::string graph = ArchiveMember(temp / "retail.tcm.zip", "TCMGraph.json");
+  const std::string graph = ArchiveMember(model, "TCMGraph.json");
   ASSERT_FALSE(graph.empty()) << outcome.out;
   FoundGraph found = ReadGraph(graph);
   // 12 combinations of region and product, three targets each. Metrics are coded in name
@@ -278,35 +242,30 @@ TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
   // product's copy; nothing else crosses combinations.
   EXPECT_LE(found.crossCombination, 12);
 
-  const std::string scored = ReadAll(temp / "retail_scored.csv");
-  const std::string header = scored.substr(0, scored.find('\n'));
-  for (const char* column : {"Pred_sales", "Lcl_sales", "Ucl_sales", "NRes_sales", "Forecast"}) {
-    EXPECT_NE(header.find(column), std::string::npos) << column << " in " << header;
-  }
+  const std::string scored = ReadAll(Path("tmp") / "retail_scored.csv");
+  ExpectContains(scored.substr(0, scored.find('\n')),
+                 {"Pred_sales", "Lcl_sales", "Ucl_sales", "NRes_sales", "Forecast"});
   // 14 forecast days for each of the 12 combinations follow the 8,772 cases.
-  const auto lines = std::count(scored.begin(), scored.end(), '\n');
-  EXPECT_EQ(lines, 1 + 8772 + 12 * 14);
-  const std::string page = ReadAll(Path("report.html"));
-  EXPECT_NE(page.find("Model File"), std::string::npos);
+  EXPECT_EQ(std::count(scored.begin(), scored.end(), '\n'), 1 + 8772 + 12 * 14);
+  ExpectContains(ReadAll(Path("report.html")), {"Model File"});
 }
 
 // OUTFILE DATA=* puts the scored data in place of the active dataset for what follows: the
 // dataset that the program saves at the end has the new columns.
 TEST_F(TcmProgram, ScoredDataCanReplaceTheActiveDataset) {
-  const std::string syntax =
-      Write(Path("star.tcm"),
-            "TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=date\n"
-            "  /DATAFILTER DIMVALUES=region(INCLUDE=North)\n"
-            "  /BUILDOPTIONS FORECASTPERIODS=5 /TARGETFILTER DISPLAY=ALLTARGETS\n"
-            "  /SAVE PREDICTED /OUTFILE DATA=*\n"
-            "  /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=visits.\n");
   const fs::path saved = Path("final.csv");
-  const Outcome outcome = Tcm("run " + syntax + " --data " + kSales + " --save-data " +
-                              saved.string() + " --text");
+  const Outcome outcome =
+      Run("TCM MODEL /DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=date\n"
+          "  /DATAFILTER DIMVALUES=region(INCLUDE=North)\n"
+          "  /BUILDOPTIONS FORECASTPERIODS=5 /TARGETFILTER DISPLAY=ALLTARGETS\n"
+          "  /SAVE PREDICTED /OUTFILE DATA=*\n"
+          "  /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=visits.\n",
+          "--data " + kSales + " --save-data " + saved.string() + " --text");
   ASSERT_EQ(outcome.status, 0) << outcome.out;
   const std::string data = ReadAll(saved);
-  const std::string header = data.substr(0, data.find('\n'));
-  EXPECT_NE(header.find("Predicted_sales"), std::string::npos) << header;
+  ExpectContains(data.substr(0, data.find('\n')), {"Predicted_sales"});
   // The rows of the scored data: the aggregated region's 731 days and 5 forecast days.
   EXPECT_EQ(std::count(data.begin(), data.end(), '\n'), 1 + 731 + 5);
 }
+
+}  // namespace

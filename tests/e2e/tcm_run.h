@@ -7,11 +7,13 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "support/temp_file.h"
 #include "support/zip_archive.h"
@@ -60,17 +62,32 @@ inline std::string ArchiveMember(const fs::path& archive, const std::string& mem
   return text ? *text : std::string();
 }
 
+// Expects each of `parts` in `text`.
+inline void ExpectContains(const std::string& text, const std::vector<std::string>& parts) {
+  for (const std::string& part : parts) {
+    EXPECT_NE(text.find(part), std::string::npos) << part << " in\n" << text;
+  }
+}
+
 inline const std::string kSales = std::string(TCM_SOURCE_DIR) + "/examples/retail/sales.csv";
 
-// A test with a temporary folder of its own.
+// A test with a temporary folder of its own; its subfolder tmp is the program's $TMPDIR, so
+// what a run keeps or leaves there can be seen.
 class TcmProgram : public ::testing::Test {
  protected:
   void SetUp() override {
     auto dir = support::TempDir::Create("tcm_program");
     ASSERT_TRUE(dir.ok()) << dir.message();
     dir_ = std::make_unique<support::TempDir>(std::move(dir.value()));
+    fs::create_directory(Path("tmp"));
+    setenv("TMPDIR", Path("tmp").c_str(), 1);
   }
+  void TearDown() override { unsetenv("TMPDIR"); }
   fs::path Path(const std::string& name) const { return dir_->path() / name; }
+  // Writes `syntax` to model.tcm and runs it with `arguments`.
+  Outcome Run(const std::string& syntax, const std::string& arguments) {
+    return Tcm("run " + Write(Path("model.tcm"), syntax) + " " + arguments);
+  }
 
   std::unique_ptr<support::TempDir> dir_;
 };

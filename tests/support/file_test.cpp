@@ -20,9 +20,10 @@
 namespace support {
 namespace {
 namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
 
-std::vector<std::string> Listing(const fs::path& folder) {
-  std::vector<std::string> names;
+Names Listing(const fs::path& folder) {
+  Names names;
   for (const auto& entry : fs::directory_iterator(folder)) {
     names.push_back(entry.path().filename().string());
   }
@@ -30,31 +31,39 @@ std::vector<std::string> Listing(const fs::path& folder) {
   return names;
 }
 
+// A producer that writes `text` by path and returns `result`.
+std::function<Status(const fs::path&)> Producer(const std::string& text, Status result = {}) {
+  return [text, result](const fs::path& path) {
+    std::ofstream(path) << text;
+    return result;
+  };
+}
+
+// A test in a temporary folder of its own, which holds report.html ("old content").
 class AtomicWrite : public ::testing::Test {
  protected:
   void SetUp() override {
     Result<TempDir> made = TempDir::Create("tcm-test");
     ASSERT_TRUE(made) << made.message();
     dir_ = std::make_unique<TempDir>(std::move(made).value());
-    target_ = dir_->path() / "report.html";
-    ASSERT_TRUE(WriteFileAtomically(target_, "old content"));
+    ASSERT_TRUE(WriteFileAtomically(target_ = dir_->path() / "report.html", "old content"));
   }
 
   std::unique_ptr<TempDir> dir_;
   fs::path target_;
 };
 
-TEST_F(AtomicWrite, ReplacesContentAndKeepsPermissions) {
+TEST_F(AtomicWrite, ReplacesContentKeepsPermissionsAndFollowsLinks) {
   ::chmod(target_.c_str(), 0640);
   ASSERT_TRUE(WriteFileAtomically(target_, std::string("new\0content", 11)));
   EXPECT_EQ(*ReadFileToString(target_), std::string("new\0content", 11));
   struct stat info {};
   ASSERT_EQ(::stat(target_.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0640u);
-  EXPECT_EQ(Listing(dir_->path()), std::vector<std::string>{"report.html"});
-}
+  ASSERT_TRUE(WriteFileAtomically(target_, Producer("produced")));
+  EXPECT_EQ(*ReadFileToString(target_), "produced");
+  EXPECT_EQ(Listing(dir_->path()), Names{"report.html"});
 
-TEST_F(AtomicWrite, FollowsSymbolicLinks) {
   fs::path link = dir_->path() / "link.html";
   fs::create_symlink(target_, link);
   ASSERT_TRUE(WriteFileAtomically(link, "through the link"));
@@ -63,74 +72,51 @@ TEST_F(AtomicWrite, FollowsSymbolicLinks) {
 }
 
 TEST_F(AtomicWrite, FailuresLeaveTheExistingFileAndNoLitter) {
-  // The target is a folder.
-  fs::path folder_target = dir_->path() / "out";
-  fs::create_directory(folder_target);
-  Status is_folder = WriteFileAtomically(folder_target, "x");
-  EXPECT_FALSE(is_folder);
-  EXPECT_NE(is_folder.message().find("is a folder"), std::string::npos) << is_folder.message();
-
-  // The folder is missing, or is a file.
-  Status no_folder = WriteFileAtomically(dir_->path() / "missing" / "a.txt", "x");
-  EXPECT_FALSE(no_folder);
-  EXPECT_NE(no_folder.message().find("does not exist"), std::string::npos);
-  EXPECT_FALSE(WriteFileAtomically(target_ / "a.txt", "x"));
-
-  // The producer fails half way, by status and by exception.
-  Status failed = WriteFileAtomically(target_, [](const fs::path& temp) -> Status {
-    std::ofstream(temp) << "half written";
-    return Error{"disk full"};
-  });
-  EXPECT_EQ(failed.message(), "disk full");
-  Status threw = WriteFileAtomically(target_, [](const fs::path& temp) -> Status {
-    std::ofstream(temp) << "half written";
-    throw std::runtime_error("boom");
-  });
-  EXPECT_FALSE(threw);
-  EXPECT_NE(threw.message().find("boom"), std::string::npos);
-
-  // The producer removed its file instead of writing it.
-  Status vanished = WriteFileAtomically(target_, [](const fs::path& temp) -> Status {
-    fs::remove(temp);
-    return {};
-  });
-  EXPECT_FALSE(vanished);
-
-  EXPECT_EQ(*ReadFileToString(target_), "old content");
-  EXPECT_EQ(Listing(dir_->path()), (std::vector<std::string>{"out", "report.html"}));
-}
-
-TEST_F(AtomicWrite, UnwritableFolder) {
-  if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind the super-user";
+  fs::create_directory(dir_->path() / "out");
+  const auto failed = [&](const char* what, const Status& status, const std::string& says) {
+    SCOPED_TRACE(what);
+    EXPECT_FALSE(status);
+    EXPECT_NE(status.message().find(says), std::string::npos) << status.message();
+    EXPECT_EQ(*ReadFileToString(target_), "old content");
+    EXPECT_EQ(Listing(dir_->path()), (Names{"out", "report.html"}));
+  };
+  failed("a folder", WriteFileAtomically(dir_->path() / "out", "x"), "is a folder");
+  failed("no folder", WriteFileAtomically(dir_->path() / "missing" / "a.txt", "x"),
+         "does not exist");
+  failed("a file as folder", WriteFileAtomically(target_ / "a.txt", "x"), "");
+  const Status full = WriteFileAtomically(target_, Producer("half written", Error{"disk full"}));
+  failed("the producer fails", full, "disk full");
+  EXPECT_EQ(full.message(), "disk full");
+  failed("the producer throws", WriteFileAtomically(target_, [](const fs::path& temp) -> Status {
+           std::ofstream(temp) << "half written";
+           throw std::runtime_error("boom");
+         }), "boom");
+  failed("the producer removed its file",
+         WriteFileAtomically(target_, [](const fs::path& temp) -> Status {
+           fs::remove(temp);
+           return {};
+         }), "");
+  if (::geteuid() == 0) return;  // permissions do not bind the super-user
   ::chmod(dir_->path().c_str(), 0555);
-  Status status = WriteFileAtomically(target_, "new");
+  const Status unwritable = WriteFileAtomically(target_, "new");
   ::chmod(dir_->path().c_str(), 0755);
-  EXPECT_FALSE(status);
-  EXPECT_NE(status.message().find("Permission denied"), std::string::npos);
-  EXPECT_EQ(*ReadFileToString(target_), "old content");
-}
-
-TEST_F(AtomicWrite, ProducerWritesByPath) {
-  ASSERT_TRUE(WriteFileAtomically(target_, [](const fs::path& temp) -> Status {
-    std::ofstream(temp) << "produced";
-    return {};
-  }));
-  EXPECT_EQ(*ReadFileToString(target_), "produced");
-  EXPECT_EQ(Listing(dir_->path()), std::vector<std::string>{"report.html"});
+  failed("an unwritable folder", unwritable, "Permission denied");
 }
 
 TEST(ReadFileToString, ExplainsFailures) {
-  Result<std::string> missing = ReadFileToString("/nonexistent-folder/file.txt");
-  ASSERT_FALSE(missing);
-  EXPECT_NE(missing.message().find("No such file or directory"), std::string::npos);
-  Result<std::string> folder = ReadFileToString(TempFolder());
-  ASSERT_FALSE(folder);
-  EXPECT_NE(folder.message().find("is a folder"), std::string::npos);
+  for (const auto& [path, says] : {std::pair<fs::path, std::string>{
+                                       "/nonexistent-folder/file.txt", "No such file or directory"},
+                                   {TempFolder(), "is a folder"}}) {
+    Result<std::string> read = ReadFileToString(path);
+    ASSERT_FALSE(read) << path;
+    EXPECT_NE(read.message().find(says), std::string::npos) << read.message();
+  }
 }
 
-TEST(TempFile, RemovedUnlessPreserved) {
-  fs::path removed_path;
-  fs::path kept_path;
+// Temporary files and folders are removed with their owner unless preserved; a move hands the
+// ownership on, and assigning over an owner removes what it owned.
+TEST(TempFile, RemovedUnlessPreservedAndMovedWithTheirOwner) {
+  fs::path removed_path, kept_path, removed_dir, kept_dir;
   {
     Result<TempFile> file = TempFile::Create("zip", "model");
     ASSERT_TRUE(file) << file.message();
@@ -139,157 +125,141 @@ TEST(TempFile, RemovedUnlessPreserved) {
     EXPECT_EQ(removed_path.extension(), ".zip");
     EXPECT_EQ(removed_path.filename().string().rfind("model", 0), 0u);
     EXPECT_EQ(removed_path.parent_path(), TempFolder());
-
     Result<TempFile> kept = TempFile::Create(".json");
     ASSERT_TRUE(kept);
     EXPECT_EQ(kept->path().extension(), ".json");
     kept->Preserve();
     kept_path = kept->path();
     EXPECT_NE(kept_path, removed_path);
+
+    Result<TempDir> dir = TempDir::Create("run");
+    ASSERT_TRUE(dir);
+    removed_dir = dir->path();
+    fs::create_directories(removed_dir / "a" / "b");
+    std::ofstream(removed_dir / "a" / "b" / "data.asbf") << "x";
+    Result<TempDir> moved_from = TempDir::Create("run");
+    ASSERT_TRUE(moved_from);
+    TempDir other = std::move(moved_from).value();
+    other.Preserve();
+    kept_dir = other.path();
   }
   EXPECT_FALSE(fs::exists(removed_path));
   EXPECT_TRUE(fs::exists(kept_path));
+  EXPECT_FALSE(fs::exists(removed_dir));
+  EXPECT_TRUE(fs::is_directory(kept_dir));
   fs::remove(kept_path);
-}
+  fs::remove_all(kept_dir);
 
-TEST(TempFile, MovesOwnership) {
   Result<TempFile> made = TempFile::Create("txt");
   ASSERT_TRUE(made);
-  fs::path path = made->path();
-  TempFile first = std::move(made).value();
+  const fs::path path = made->path();
   {
+    TempFile first = std::move(made).value();
     TempFile second = std::move(first);
     EXPECT_TRUE(first.path().empty());
     EXPECT_EQ(second.path(), path);
   }
   EXPECT_FALSE(fs::exists(path));
-
-  // Assigning over an owner removes what it owned.
   Result<TempFile> a = TempFile::Create();
   Result<TempFile> b = TempFile::Create();
   ASSERT_TRUE(a && b);
-  fs::path a_path = a->path();
-  fs::path b_path = b->path();
+  const fs::path a_path = a->path(), b_path = b->path();
   *a = std::move(*b);
   EXPECT_FALSE(fs::exists(a_path));
   EXPECT_TRUE(fs::exists(b_path));
   EXPECT_EQ(a->path(), b_path);
 }
 
-TEST(TempFile, FailsInAMissingFolder) {
+// $TMPDIR is the temporary folder while it is a folder; a missing folder fails creation.
+TEST_F(AtomicWrite, TempFolderHonoursTmpdirAndFailsInAMissingFolder) {
   Result<TempFile> file = TempFile::CreateIn("/nonexistent-folder", "zip");
   ASSERT_FALSE(file);
   EXPECT_NE(file.message().find("/nonexistent-folder"), std::string::npos);
   EXPECT_FALSE(TempDir::CreateIn("/nonexistent-folder"));
-}
 
-TEST(TempDir, RemovesItsTreeUnlessPreserved) {
-  fs::path removed;
-  fs::path kept;
-  {
-    Result<TempDir> dir = TempDir::Create("run");
-    ASSERT_TRUE(dir);
-    removed = dir->path();
-    fs::create_directories(removed / "a" / "b");
-    std::ofstream(removed / "a" / "b" / "data.asbf") << "x";
-    Result<TempDir> moved_from = TempDir::Create("run");
-    ASSERT_TRUE(moved_from);
-    TempDir other = std::move(moved_from).value();
-    other.Preserve();
-    kept = other.path();
-  }
-  EXPECT_FALSE(fs::exists(removed));
-  EXPECT_TRUE(fs::is_directory(kept));
-  fs::remove_all(kept);
-}
-
-TEST(TempFolder, HonoursTmpdir) {
-  Result<TempDir> dir = TempDir::Create();
-  ASSERT_TRUE(dir);
   const char* saved = std::getenv("TMPDIR");
-  std::string saved_value = saved ? saved : "";
-  ::setenv("TMPDIR", dir->path().c_str(), 1);
-  EXPECT_EQ(TempFolder(), dir->path());
+  const std::string saved_value = saved ? saved : "";
+  ::setenv("TMPDIR", dir_->path().c_str(), 1);
+  EXPECT_EQ(TempFolder(), dir_->path());
   Result<TempFile> inside = TempFile::Create("csv");
   ASSERT_TRUE(inside);
-  EXPECT_EQ(inside->path().parent_path(), dir->path());
-  ::setenv("TMPDIR", (dir->path() / "not-there").c_str(), 1);
+  EXPECT_EQ(inside->path().parent_path(), dir_->path());
+  ::setenv("TMPDIR", (dir_->path() / "not-there").c_str(), 1);
   EXPECT_EQ(TempFolder(), fs::path("/tmp"));
-  if (saved) {
-    ::setenv("TMPDIR", saved_value.c_str(), 1);
-  } else {
-    ::unsetenv("TMPDIR");
-  }
+  saved ? ::setenv("TMPDIR", saved_value.c_str(), 1) : ::unsetenv("TMPDIR");
 }
 
-class RunFilesTest : public ::testing::Test {
+// A run whose temporary base folder ($TMPDIR) is tmp, and whose outputs go to out, which holds
+// a.txt, b.txt and data.csv ("old " and the name).
+class RunFilesTest : public AtomicWrite {
  protected:
   void SetUp() override {
-    Result<TempDir> made = TempDir::Create("tcm-run-files-test");
-    ASSERT_TRUE(made) << made.message();
-    dir_ = std::make_unique<TempDir>(std::move(made).value());
+    AtomicWrite::SetUp();
     fs::create_directory(Base());
     fs::create_directory(Out());
     setenv("TMPDIR", Base().c_str(), 1);
     for (const char* name : {"a.txt", "b.txt", "data.csv"}) {
       ASSERT_TRUE(WriteFileAtomically(Out() / name, std::string("old ") + name));
     }
+    run_ = RunFiles::Begin();
+    ASSERT_TRUE(run_) << run_.message();
   }
-  void TearDown() override { unsetenv("TMPDIR"); }
+  void TearDown() override {
+    run_ = Error{"ended"};
+    unsetenv("TMPDIR");
+  }
   fs::path Base() const { return dir_->path() / "tmp"; }
   fs::path Out() const { return dir_->path() / "out"; }
   std::string Read(const std::string& name) const { return *ReadFileToString(Out() / name); }
+  RunFiles& Run() { return **run_; }
 
-  std::unique_ptr<TempDir> dir_;
+  Result<std::unique_ptr<RunFiles>> run_ = Error{"not begun"};
 };
 
 TEST_F(RunFilesTest, OutputsLandTogetherWhenTheRunCommits) {
-  auto run = RunFiles::Begin();
-  ASSERT_TRUE(run) << run.message();
-  EXPECT_EQ(TempFolder(), (*run)->folder());
-  (*run)->BeginCommand();
+  EXPECT_EQ(TempFolder(), Run().folder());
+  Run().BeginCommand();
   ASSERT_TRUE(WriteFileAtomically(Out() / "a.txt", "new a"));
-  ASSERT_TRUE(WriteFileAtomically(Out() / "b.txt", [](const fs::path& path) -> Status {
-    std::ofstream(path) << "new b";
-    return {};
-  }));
+  ASSERT_TRUE(WriteFileAtomically(Out() / "b.txt", Producer("new b")));
   // Until the end the targets are the old files, while the run itself reads its new ones.
   EXPECT_EQ(*ReadFileToString(Out() / "a.txt"), "new a");
   std::ifstream direct(Out() / "a.txt");
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(direct), {}), "old a.txt");
-  (*run)->EndCommand(true);
+  Run().EndCommand(true);
   // A later command reads the earlier one's output.
-  (*run)->BeginCommand();
+  Run().BeginCommand();
   EXPECT_EQ(*ReadFileToString(Out() / "b.txt"), "new b");
-  (*run)->EndCommand(true);
-  ASSERT_TRUE((*run)->Commit());
-  const fs::path folder = (*run)->folder();
-  run->reset();
+  Run().EndCommand(true);
+  ASSERT_TRUE(Run().Commit());
+  const fs::path folder = Run().folder();
+  run_->reset();
   EXPECT_EQ(Read("a.txt"), "new a");
   EXPECT_EQ(Read("b.txt"), "new b");
-  EXPECT_EQ(Listing(Out()), (std::vector<std::string>{"a.txt", "b.txt", "data.csv"}));
+  EXPECT_EQ(Listing(Out()), (Names{"a.txt", "b.txt", "data.csv"}));
   EXPECT_FALSE(fs::exists(folder));
   EXPECT_EQ(TempFolder(), Base());
 }
 
 TEST_F(RunFilesTest, AFailedCommandOrAnAbandonedRunLeavesTheOldFiles) {
+  run_->reset();
   for (const bool commit : {false, true}) {
-    auto run = RunFiles::Begin();
-    ASSERT_TRUE(run);
-    (*run)->BeginCommand();
+    SCOPED_TRACE(commit ? "committed" : "abandoned");
+    run_ = RunFiles::Begin();
+    ASSERT_TRUE(run_);
+    Run().BeginCommand();
     ASSERT_TRUE(WriteFileAtomically(Out() / "a.txt", "failed command's a"));
-    (*run)->EndCommand(false);
-    (*run)->BeginCommand();
+    Run().EndCommand(false);
+    Run().BeginCommand();
     ASSERT_TRUE(WriteFileAtomically(Out() / "b.txt", "abandoned b"));
-    ASSERT_TRUE((*run)->AddOutput(Out() / "c.txt", "never written"));
-    (*run)->EndCommand(true);
+    ASSERT_TRUE(Run().AddOutput(Out() / "c.txt", "never written"));
+    Run().EndCommand(true);
     if (commit) {
-      ASSERT_TRUE((*run)->Commit());
+      ASSERT_TRUE(Run().Commit());
     }
-    run->reset();
+    run_->reset();
     EXPECT_EQ(Read("a.txt"), "old a.txt");
     EXPECT_EQ(Read("b.txt"), commit ? "abandoned b" : "old b.txt");
-    EXPECT_EQ(Listing(Out()), (std::vector<std::string>{"a.txt", "b.txt", "data.csv"}));
+    EXPECT_EQ(Listing(Out()), (Names{"a.txt", "b.txt", "data.csv"}));
     EXPECT_TRUE(fs::is_empty(Base()));
   }
 }
@@ -298,36 +268,35 @@ TEST_F(RunFilesTest, AnOutputThatIsAnInputIsRefused) {
   fs::create_symlink(Out() / "data.csv", Out() / "link.csv");
   fs::create_hard_link(Out() / "data.csv", Out() / "hard.csv");
   fs::create_directory(Out() / "sub");
-  auto run = RunFiles::Begin();
-  ASSERT_TRUE(run);
-  ASSERT_TRUE((*run)->AddInput(Out() / "data.csv", "the data file"));
-  for (const fs::path& same : {Out() / "data.csv", Out() / "sub/../data.csv", Out() / "link.csv",
-                               Out() / "hard.csv"}) {
-    const Status refused = (*run)->AddOutput(same, "the report");
-    ASSERT_FALSE(refused) << same;
+  ASSERT_TRUE(Run().AddInput(Out() / "data.csv", "the data file"));
+  for (const char* same : {"data.csv", "sub/../data.csv", "link.csv", "hard.csv"}) {
+    SCOPED_TRACE(same);
+    const Status refused = Run().AddOutput(Out() / same, "the report");
+    ASSERT_FALSE(refused);
     EXPECT_NE(refused.message().find("the data file"), std::string::npos) << refused.message();
     EXPECT_NE(refused.message().find("the report"), std::string::npos) << refused.message();
-    EXPECT_FALSE(WriteFileAtomically(same, "x")) << same;
+    EXPECT_FALSE(WriteFileAtomically(Out() / same, "x"));
   }
   // A command's own input and output clash in either order; another command's do not.
-  (*run)->BeginCommand();
-  ASSERT_TRUE((*run)->AddOutput(Out() / "a.txt", "the model written"));
-  EXPECT_FALSE((*run)->AddInput(Out() / "a.txt", "the model read"));
-  ASSERT_TRUE((*run)->AddInput(Out() / "b.txt", "the model read"));
-  EXPECT_FALSE((*run)->AddOutput(Out() / "b.txt", "the model written"));
-  (*run)->EndCommand(true);
-  (*run)->BeginCommand();
-  EXPECT_TRUE((*run)->AddOutput(Out() / "b.txt", "the model written"));
-  (*run)->EndCommand(true);
+  Run().BeginCommand();
+  ASSERT_TRUE(Run().AddOutput(Out() / "a.txt", "the model written"));
+  EXPECT_FALSE(Run().AddInput(Out() / "a.txt", "the model read"));
+  ASSERT_TRUE(Run().AddInput(Out() / "b.txt", "the model read"));
+  EXPECT_FALSE(Run().AddOutput(Out() / "b.txt", "the model written"));
+  Run().EndCommand(true);
+  Run().BeginCommand();
+  EXPECT_TRUE(Run().AddOutput(Out() / "b.txt", "the model written"));
+  Run().EndCommand(true);
   // Missing and unusable folders are found when the output is declared.
-  EXPECT_FALSE((*run)->AddOutput(Out() / "missing" / "x.txt", "r"));
-  EXPECT_FALSE((*run)->AddOutput(Out() / "a.txt" / "x.txt", "r"));
-  EXPECT_FALSE((*run)->AddOutput(Out() / "sub", "r"));
-  run->reset();
+  for (const char* unusable : {"missing/x.txt", "a.txt/x.txt", "sub"}) {
+    EXPECT_FALSE(Run().AddOutput(Out() / unusable, "r")) << unusable;
+  }
+  run_->reset();
   EXPECT_EQ(Read("data.csv"), "old data.csv");
 }
 
 TEST_F(RunFilesTest, TheNextRunRemovesWhatAKilledRunLeft) {
+  run_->reset();
   const pid_t child = fork();
   if (child == 0) _exit(0);
   waitpid(child, nullptr, 0);  // a process id that is gone
@@ -341,8 +310,8 @@ TEST_F(RunFilesTest, TheNextRunRemovesWhatAKilledRunLeft) {
   const fs::path live = Base() / ("tcm-run-" + std::to_string(getppid()) + "-abc");
   fs::create_directories(live);
 
-  auto run = RunFiles::Begin();
-  ASSERT_TRUE(run);
+  run_ = RunFiles::Begin();
+  ASSERT_TRUE(run_);
   EXPECT_FALSE(fs::exists(left));
   EXPECT_FALSE(fs::exists(twin));
   EXPECT_EQ(Read("a.txt"), "old a.txt");  // listed, but no twin: never removed
@@ -350,9 +319,7 @@ TEST_F(RunFilesTest, TheNextRunRemovesWhatAKilledRunLeft) {
 }
 
 TEST_F(RunFilesTest, DevicesAndPipesAreWrittenInPlace) {
-  auto run = RunFiles::Begin();
-  ASSERT_TRUE(run);
-  EXPECT_TRUE((*run)->AddOutput("/dev/null", "the report"));
+  EXPECT_TRUE(Run().AddOutput("/dev/null", "the report"));
   EXPECT_TRUE(WriteFileAtomically("/dev/null", "discarded"));
   struct stat info {};
   ASSERT_EQ(::stat("/dev/null", &info), 0);
@@ -365,10 +332,7 @@ TEST_F(RunFilesTest, DevicesAndPipesAreWrittenInPlace) {
     std::ifstream in(fifo);
     received.assign(std::istreambuf_iterator<char>(in), {});
   });
-  EXPECT_TRUE(WriteFileAtomically(fifo, [](const fs::path& path) -> Status {
-    std::ofstream(path) << "through the pipe";
-    return {};
-  }));
+  EXPECT_TRUE(WriteFileAtomically(fifo, Producer("through the pipe")));
   reader.join();
   EXPECT_EQ(received, "through the pipe");
   ASSERT_EQ(::stat(fifo.c_str(), &info), 0);

@@ -18,9 +18,16 @@
 #include "host/session.h"
 #include "host/syntax/command_splitter.h"
 #include "host/syntax/token_sequence.h"
+#include "support/time.h"
 #include "tcm/frame/command_context.h"
 
 namespace tcm_test {
+
+// Seconds since 1970 of a civil time.
+inline int64_t Seconds(int64_t year, int month, int day, int hour = 0, int minute = 0,
+                       int second = 0) {
+  return support::ToSeconds({year, month, day, hour, minute, second});
+}
 
 // One variable of a test dataset: width 0 is numeric. Format as text ("F8.2", "DATE11", "A8").
 struct VarDef {

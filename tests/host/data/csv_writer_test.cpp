@@ -127,6 +127,8 @@ TEST(CsvWriterTest, QuotesWhatTheReaderWouldOtherwiseChange) {
   EXPECT_EQ(CsvNumberText(1e300, PrintFormat{fmt::kDate, 11, 0}), "1e+300");
 }
 
+// A full disk, a failed rename, a folder in the dictionary's place and a missing folder: each
+// save fails with its message and leaves every existing file as it was.
 TEST(CsvWriterTest, FailedWritesLeaveExistingFilesIntact) {
   ParserMessage messages;
   auto data = LoadText(kCsv, messages, kDictionary);
@@ -134,43 +136,35 @@ TEST(CsvWriterTest, FailedWritesLeaveExistingFilesIntact) {
   test::TempFolder folder;
   folder.Write("out.csv", "old data\n");
   folder.Write("out.dict.json", "{}\n");
-
-  // The disk fills up while the data are written.
-  ParserMessage full;
-  WriteFaults faults;
-  faults.fail_after_bytes = 100;
-  EXPECT_FALSE(SaveDataset(*data, folder.File("out.csv"), full, faults));
-  const auto failed = Raised(full, msg::kWriteFailed);
-  ASSERT_EQ(failed.size(), 1u);
-  EXPECT_EQ(failed[0].args[0], folder.File("out.csv"));
-  EXPECT_EQ(folder.Read("out.csv"), "old data\n");
-  EXPECT_EQ(folder.Read("out.dict.json"), "{}\n");
-  EXPECT_THAT(folder.Files(), ElementsAre("out.csv", "out.dict.json"));  // no temporary left
-
-  // The final rename fails.
-  ParserMessage rename;
-  faults = WriteFaults{};
-  faults.fail_rename = true;
-  EXPECT_FALSE(SaveDataset(*data, folder.File("out.csv"), rename, faults));
-  EXPECT_THAT(Keys(rename), ElementsAre(msg::kWriteFailed));
-  EXPECT_EQ(folder.Read("out.csv"), "old data\n");
-  EXPECT_THAT(folder.Files(), ElementsAre("out.csv", "out.dict.json"));
-
-  // A folder where the dictionary would go: nothing is written at all.
   std::filesystem::create_directory(folder.File("x.dict.json"));
-  ParserMessage in_the_way;
-  EXPECT_FALSE(SaveDataset(*data, folder.File("x.csv"), in_the_way));
-  const auto is_folder = Raised(in_the_way, msg::kWritePathIsFolder);
-  ASSERT_EQ(is_folder.size(), 1u);
-  EXPECT_THAT(is_folder[0].args, ElementsAre(folder.File("x.dict.json")));
-  EXPECT_FALSE(std::filesystem::exists(folder.File("x.csv")));
-
-  ParserMessage no_folder;
-  EXPECT_FALSE(SaveDataset(*data, folder.File("missing/out.csv"), no_folder));
-  const auto missing = Raised(no_folder, msg::kWriteFolderMissing);
-  ASSERT_EQ(missing.size(), 1u);
-  EXPECT_THAT(missing[0].args, ElementsAre(folder.File("missing/out.csv"), folder.File("missing")));
-
+  struct Case {
+    std::string file;
+    WriteFaults faults;
+    const char* key;
+    std::vector<std::string> args;  // the message's; a failed write's go on with the reason
+  };
+  const Case cases[] = {
+      {"out.csv", WriteFaults{100, false}, msg::kWriteFailed, {folder.File("out.csv")}},
+      {"out.csv", WriteFaults{-1, true}, msg::kWriteFailed, {}},
+      {"x.csv", {}, msg::kWritePathIsFolder, {folder.File("x.dict.json")}},
+      {"missing/out.csv", {}, msg::kWriteFolderMissing,
+       {folder.File("missing/out.csv"), folder.File("missing")}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.key) + " " + c.file);
+    ParserMessage failed;
+    EXPECT_FALSE(SaveDataset(*data, folder.File(c.file), failed, c.faults));
+    ASSERT_THAT(Keys(failed), ElementsAre(c.key));
+    const auto& args = failed.Raised()[0].args;
+    ASSERT_GE(args.size(), c.args.size());
+    if (c.key != msg::kWriteFailed) {
+      EXPECT_EQ(args.size(), c.args.size());
+    }
+    EXPECT_EQ(std::vector<std::string>(args.begin(), args.begin() + c.args.size()), c.args);
+    EXPECT_EQ(folder.Read("out.csv"), "old data\n");
+    EXPECT_EQ(folder.Read("out.dict.json"), "{}\n");
+    EXPECT_THAT(folder.Files(), ElementsAre("out.csv", "out.dict.json", "x.dict.json"));
+  }
   // And a save that works replaces both files.
   ParserMessage fine;
   ASSERT_TRUE(SaveDataset(*data, folder.File("out.csv"), fine));

@@ -71,9 +71,10 @@ TEST(OutputCaseFileTest, ValueConversions) {
   EXPECT_EQ(NumericStorageCFToStat(&real, 9), 2.25); // any other storage is a real
   EXPECT_TRUE(IsSysMiss(NumericStorageCFToStat(nullptr, 1)));
   EXPECT_TRUE(IsValidStatDouble(0.0));
-  EXPECT_FALSE(IsValidStatDouble(kSysMiss));
-  EXPECT_FALSE(IsValidStatDouble(std::numeric_limits<double>::quiet_NaN()));
-  EXPECT_FALSE(IsValidStatDouble(std::numeric_limits<double>::infinity()));
+  for (const double invalid : {kSysMiss, std::numeric_limits<double>::quiet_NaN(),
+                               std::numeric_limits<double>::infinity()}) {
+    EXPECT_FALSE(IsValidStatDouble(invalid)) << invalid;
+  }
 
   QUOR_Case c(3);
   EXPECT_TRUE(c.SetColumnValue(0, 4.0));
@@ -120,8 +121,7 @@ TEST(OutputCaseFileTest, StoreDictionaryAndCases) {
   EXPECT_EQ(store.GetFileSpecExt().GetDatasetName(), "results");
   StoreVariable* score = store.MakeVariable(*source.GetVariable(0));
   StoreVariable* copied_code = store.MakeVariable(*source.GetVariable(1));
-  ASSERT_NE(score, nullptr);
-  ASSERT_NE(copied_code, nullptr);
+  ASSERT_TRUE(score && copied_code);
   EXPECT_EQ(store.Data().GetVariable(0), rich);
   EXPECT_EQ(store.Data().GetVariable(1), code);
 
@@ -129,9 +129,7 @@ TEST(OutputCaseFileTest, StoreDictionaryAndCases) {
   StoreVariable* number = store.MakeVariable("score", false); // taken in another case
   StoreVariable* odd = store.MakeVariable("$Future Flag", false);
   StoreVariable* text = store.MakeVariable("note", true);
-  ASSERT_NE(number, nullptr);
-  ASSERT_NE(odd, nullptr);
-  ASSERT_NE(text, nullptr);
+  ASSERT_TRUE(number && odd && text);
   EXPECT_EQ(number->GetName(), "score_1");
   EXPECT_EQ(odd->GetName(), "V$Future_Flag");
   EXPECT_EQ(store.Data().GetVariable(2).format, (PrintFormat{fmt::kF, 8, 2}));
@@ -221,6 +219,9 @@ TEST(OutputCaseFileTest, CopyDictionaryAndCaseIterator) {
 
 TEST(OutputCaseFileTest, DestinationsOfAStore) {
   EXPECT_EQ(UserOutputCaseFile(UserCaseFileSpec()).DataSource(), nullptr);
+  // Outside a session nothing is entered.
+  EXPECT_FALSE(IndependentDataStore(NameSpec("results")).EndFile());
+  EXPECT_FALSE(IndependentDataStore(NameSpec("*")).MakeActive(false));
 
   TempFolder folder;
   Session session;
@@ -290,13 +291,6 @@ TEST(OutputCaseFileTest, DestinationsOfAStore) {
   }
 }
 
-TEST(OutputCaseFileTest, OutsideASessionNothingIsEntered) {
-  IndependentDataStore named(NameSpec("results"));
-  EXPECT_FALSE(named.EndFile());
-  IndependentDataStore active(NameSpec("*"));
-  EXPECT_FALSE(active.MakeActive(false));
-}
-
 TEST(OutputCaseFileTest, PasswordProtectedFile) {
   if (!support::ZipArchiveWriter::AesSupported())
     GTEST_SKIP() << "no AES-256 in libzip";
@@ -320,22 +314,23 @@ TEST(OutputCaseFileTest, PasswordProtectedFile) {
     auto archive = support::ZipArchiveReader::Open(path);
     ASSERT_TRUE(archive.ok()) << archive.message();
     ASSERT_EQ(archive->Entries().size(), 2u);
-    EXPECT_EQ(archive->Entries()[0].name, kProtectedDataMember);
-    EXPECT_EQ(archive->Entries()[1].name, kProtectedDictionaryMember);
-    EXPECT_TRUE(archive->Entries()[0].encrypted);
-    EXPECT_TRUE(archive->Entries()[1].encrypted);
+    const std::string members[] = {kProtectedDataMember, kProtectedDictionaryMember};
+    for (const int i : {0, 1}) {
+      EXPECT_EQ(archive->Entries()[i].name, members[i]);
+      EXPECT_TRUE(archive->Entries()[i].encrypted);
+    }
   }
 
   auto back = LoadProtectedDataset(path, "s3cret", messages);
   ASSERT_NE(back, nullptr) << ::testing::PrintToString(Keys(messages));
   ExpectSample(*back);
 
-  ParserMessage wrong;
-  EXPECT_EQ(LoadProtectedDataset(path, "guess", wrong), nullptr);
-  EXPECT_THAT(Keys(wrong), ElementsAre(msg::kFileUnreadable));
-  ParserMessage missing;
-  EXPECT_EQ(LoadProtectedDataset(folder.File("none.csv"), "s3cret", missing), nullptr);
-  EXPECT_THAT(Keys(missing), ElementsAre(msg::kFileUnreadable));
+  // A wrong password and a missing file.
+  for (const auto& [file, password] : {std::pair{"secret.csv", "guess"}, {"none.csv", "s3cret"}}) {
+    ParserMessage unreadable;
+    EXPECT_EQ(LoadProtectedDataset(folder.File(file), password, unreadable), nullptr) << file;
+    EXPECT_THAT(Keys(unreadable), ElementsAre(msg::kFileUnreadable)) << file;
+  }
 
   // A password on a folder in the file's place is refused and leaves the folder.
   IndependentDataStore blocked(FileSpec(folder.File("dir.csv"), "s3cret"));

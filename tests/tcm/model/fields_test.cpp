@@ -44,8 +44,21 @@ std::shared_ptr<host::Dataset> Monthly() {
       tcm_test::MakeDataset({{"sales"}, {"price"}, {"note", 8, "A8"}}, 24));
 }
 
+// Two numeric fields and no time variable, for TIMETYPE=NONE.
+std::shared_ptr<host::Dataset> Plain() { return tcm_test::MakeDataset({{"sales"}, {"price"}}); }
+
 const std::string kSettings = "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=day ";
+const std::string kTwoDims =
+    "/DATASETTINGS DIMENSIONS=region store TIMETYPE=DATETIMEVAR TIMEVAR=day ";
 const std::string kGroup = "/FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price ";
+
+// Commands over Shop(): the settings, `middle` and the group; the settings and FIELDS.
+std::string Command(const std::string& middle) {
+  return "TCM MODEL " + kSettings + middle + kGroup + ".";
+}
+std::string Fields(const std::string& fields, const std::string& settings = kSettings) {
+  return "TCM MODEL " + settings + "/FIELDSGROUP /FIELDS " + fields + ".";
+}
 
 std::vector<std::string> Names(const std::vector<QuorVarName>& names) {
   std::vector<std::string> out;
@@ -54,30 +67,143 @@ std::vector<std::string> Names(const std::vector<QuorVarName>& names) {
   return out;
 }
 
-int64_t Seconds(int64_t year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-  support::CivilTime time;
-  time.year = year;
-  time.month = month;
-  time.day = day;
-  time.hour = hour;
-  time.minute = minute;
-  time.second = second;
-  return support::ToSeconds(time);
+using tcm_test::Seconds;
+
+std::string Times(const std::string& qualifiers) {
+  return "/BUILDOPTIONS ESTIMATIONPERIOD=TIMES(" + qualifiers + ") ";
+}
+// A command of TIMETYPE=NONE with ESTIMATIONPERIOD=TIMES(`qualifiers`), over Plain().
+std::string Periods(const std::string& qualifiers) {
+  return "TCM MODEL /DATASETTINGS TIMETYPE=NONE " + Times(qualifiers) +
+         "/FIELDSGROUP /FIELDS TARGETS=sales.";
+}
+
+// A command that fails: its message, and one that must not be raised.
+struct Fault {
+  std::string text;
+  std::string key;
+  std::vector<std::string> args;  // the message's first ones
+  std::string absent = {};
+  std::shared_ptr<host::Dataset> (*data)() = Shop;
+};
+
+TEST(ModelFaults, EachNamesItsCause) {
+  const auto many = [](const std::string& list) { return Fields("TARGETS=" + list); };
+  const std::vector<Fault> faults = {
+      // The first fault in reading order is reported, not the first written.
+      {"TCM MODEL /BUILDOPTIONS ESTIMATIONPERIOD=TIMES(START='2015-13-01' FORMAT=ISO8601) "
+       "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=nosuch " + kGroup + ".",
+       "VariableNotInDict", {"nosuch", "TIMEVAR"}, "InvalidParamValue"},
+      // Without date variables DATASETTINGS is required, with or without other subcommands.
+      {"TCM MODEL /BUILDOPTIONS MAXINPUTS=3 " + kGroup + ".", "SubComRequired", {"DATASETTINGS"}},
+      {"TCM MODEL " + kGroup + ".", "SubComRequired", {"DATASETTINGS"}},
+      // A SERIESFILTER field must be a target, input or forced input; excluded ones do not count.
+      {Fields("TARGETS=sales EXCLUDEDINPUTS=cost /SERIESFILTER FIELDS=cost"), "InvalidParamValue",
+       {"cost", "FIELDS", "SERIESFILTER"}},
+      // A range starting at the time variable: the time variable itself is named and refused.
+      {many("day TO price"), "WRONG_TARGET_KEY", {"FIELDS", "day"}},
+      {many("cost TO sales"), "SyntaxErrorInParam", {"cost TO sales", "TARGETS", "FIELDS"}},
+      {many("sales TO"), "SyntaxErrorInParam", {"TO", "TARGETS", "FIELDS"}},
+      {many("TO cost"), "SyntaxErrorInParam", {"TO", "TARGETS", "FIELDS"}},
+      {many("sales TO nosuch"), "VariableNotInDict", {"nosuch", "TARGETS", "FIELDS"}},
+      {many("sales TO 'cost'"), "InvalidVarName", {"'cost'", "TARGETS", "FIELDS"}},
+      {many("sales BY cost"), "InvalidVarName", {"BY", "TARGETS", "FIELDS"}},
+      {many("sales nosuch"), "VariableNotInDict", {"nosuch", "TARGETS", "FIELDS"}},
+      {many("ALL sales"), "ALL_WITH_VAR_KEY", {"FIELDS"}},
+      {many("sales ALL"), "ALL_WITH_VAR_KEY", {"FIELDS"}},
+      {many("note ALL"), "ALL_WITH_VAR_KEY", {"FIELDS"}},
+      // ALL over a dataset whose only fields besides the dimension are strings: nothing to model.
+      {many("ALL"), "SyntaxErrorInParam", {"", "TARGETS", "FIELDS"}, "", [] {
+         return tcm_test::MakeDataset(
+             {{"region", 8, "A8"}, {"day", 0, "DATE11"}, {"note", 8, "A8"}});
+       }},
+      // The time variable, a string dimension (on any list), a numeric dimension as target or
+      // input.
+      {Fields("TARGETS=day", kTwoDims), "WRONG_TARGET_KEY", {"FIELDS", "day"}},
+      {Fields("TARGETS=sales INPUTS=DAY", kTwoDims), "WRONG_TARGET_KEY", {"FIELDS", "DAY"}},
+      {Fields("TARGETS=region", kTwoDims), "WRONG_TARGET_KEY", {"FIELDS", "region"}},
+      {Fields("TARGETS=sales EXCLUDEDTARGETS=region", kTwoDims), "WRONG_TARGET_KEY",
+       {"FIELDS", "region"}},
+      {Fields("TARGETS=store", kTwoDims), "WRONG_TARGET_KEY", {"FIELDS", "store"}},
+      // Only string targets in every FIELDS of the group: nothing is left to model.
+      {Fields("TARGETS=note /FIELDS TARGETS=label INPUTS=price"), "STRING_VAR_IGNORED", {}},
+      {Fields("TARGETS=note /FIELDS TARGETS=label INPUTS=price"), "SyntaxErrorInParam",
+       {"", "TARGETS", "FIELDS"}},
+      {Fields("TARGETS=sales FORCE=price DIMVALUES=region(EXCLUDE=A)"), "ParamExclusive",
+       {"FORCE", "EXCLUDE", "FIELDS"}},
+      // FORCE naming only a string field has nothing to force, and still conflicts.
+      {Fields("TARGETS=sales FORCE=note DIMVALUES=region(EXCLUDE=A)"), "ParamExclusive",
+       {"FORCE", "EXCLUDE", "FIELDS"}, "STRING_VAR_IGNORED"},
+      // A FIELDS filter on a field that is no dimension fails while the command is read.
+      {Fields("TARGETS=sales DIMVALUES=note(INCLUDE=A)"), "FILED_NOT_ON_DIMENSIONS_KEY", {}},
+      // The second group has no FIELDS at all; its position in the group list is 2.
+      {"TCM MODEL " + kSettings + kGroup + "/FIELDSGROUP.", "TARGET_REQUIRED_KEY", {"2"}},
+      // FIELDS without TARGETS anywhere in the group.
+      {Fields("INPUTS=price /FIELDS INPUTS=cost"), "TARGET_REQUIRED_KEY", {"1"}},
+      {Command("/DATAFILTER DIMVALUES=price(INCLUDE=1) "), "FILED_NOT_ON_DIMENSIONS_KEY",
+       {"DATAFILTER", "price"}},
+      {Command(Times("START='2015-03-01'")), "ParamNeedParam", {"FORMAT", "TIMES"}},
+      {Command(Times("START='2015-06-01' END='2015-03-01' FORMAT=ISO8601")), "INVALID_START_KEY",
+       {}},
+      {Command(Times("START='01-JUN-2015' END='01-MAR-2015' FORMAT=VARIABLE")),
+       "INVALID_START_KEY", {}},
+      // Kinds differ: a date-time start and a plain date end; the end prints back as read.
+      {Command(Times("START='2015-01-01 10:20:30' END='2015-06-01' FORMAT=ISO8601")),
+       "InvalidParamValue", {"2015-06-01", "END", "BUILDOPTIONS"}},
+      {Command(Times("START='31-FEB-2015' FORMAT=VARIABLE")), "InvalidCatValue",
+       {"day", "31-FEB-2015", "TIMES", "BUILDOPTIONS"}},
+      {Command(Times("START='2015-02-31' FORMAT=ISO8601")), "InvalidParamValue",
+       {"2015-02-31", "TIMES", "BUILDOPTIONS"}},
+      {Command(Times("START='2015-13-01' FORMAT=ISO8601")), "InvalidParamValue",
+       {"2015-13-01", "TIMES", "BUILDOPTIONS"}},
+      {Command(Times("START='2015/03/01' FORMAT=ISO8601")), "SyntaxErrorInParam",
+       {"2015/03/01", "TIMES", "OPTIONS"}},
+      {Command(Times("START='25:00' FORMAT=ISO8601")), "InvalidParamValue",
+       {"25:00", "TIMES", "BUILDOPTIONS"}},
+      // The epoch reads as "not given", so it is refused rather than silently dropped.
+      {Command(Times("START='1970-01-01' FORMAT=ISO8601")), "InvalidParamValue",
+       {"1970-01-01", "TIMES"}},
+      {Command(Times("START=2015 3")), "ParamNeedEuroDate", {"TIMES", "BUILDOPTIONS"}},
+      {Command(Times("START=2015")), "ParamNeedEuroDate", {"TIMES", "BUILDOPTIONS"}},
+      {Command(Times("START=soon")), "SyntaxErrorInParam", {"soon", "TIMES", "BUILDOPTIONS"}},
+      {Command(Times("START=1.5")), "SyntaxErrorInParam", {"1.5", "TIMES", "BUILDOPTIONS"}},
+      {Command(Times("FORMAT=ISO8601")), "SyntaxErrorInParam",
+       {"TIMES", "ESTIMATIONPERIOD", "BUILDOPTIONS"}},
+      // "START=1 2" fails on its length before the count of values is looked at.
+      {Periods("START=1 2"), "MISMATCHING_START_END_KEY", {}, "SINGLE_INT_VAL_KEY", Plain},
+      {Periods("START=10 END=1 2"), "MISMATCHING_START_END_KEY", {}, "", Plain},
+      {Periods("START=1.5"), "SINGLE_INTEGER_KEY", {}, "", Plain},
+      {Periods("START='2015-01-01' FORMAT=ISO8601"), "ParamNeedIntegerList",
+       {"TIMES", "BUILDOPTIONS"}, "", Plain},
+      {Periods("START=1 x"), "ParamNeedIntegerList", {"TIMES", "BUILDOPTIONS"}, "", Plain},
+      {Periods("FORMAT=VARIABLE"), "SINGLE_INT_VAL_KEY", {"ESTIMATIONPERIOD"}, "", Plain},
+      // Date variables YEAR_ and MONTH_ need one value per level.
+      {"TCM MODEL " + Times("START=2015") + "/FIELDSGROUP /FIELDS TARGETS=sales.",
+       "WRONG_LENGTH_DATE_SPEC_KEY", {}, "", Monthly},
+  };
+  for (const Fault& f : faults) {
+    SCOPED_TRACE(f.text);
+    const Result r = Model(f.text, f.data());
+    EXPECT_FALSE(r.ok);
+    EXPECT_TRUE(r.Has(f.key, f.args)) << r.Describe();
+    if (!f.absent.empty()) {
+      EXPECT_FALSE(r.Has(f.absent)) << r.Describe();
+    }
+  }
 }
 
 TEST(ModelReadingOrder, WritingOrderDoesNotMatter) {
-  const std::string settings = kSettings;
   const std::string build =
       "/BUILDOPTIONS ESTIMATIONPERIOD=TIMES(START='01-MAR-2015' END='2015-06-30' "
       "FORMAT=VARIABLE) MAXINPUTS=4 ";
   const std::string filter = "/SERIESFILTER FIELDS=sales ";
   const std::string datafilter = "/DATAFILTER DIMVALUES=region(INCLUDE=A B) ";
   const Result forward =
-      Model("TCM MODEL " + settings + datafilter + build + filter + kGroup + ".", Shop());
+      Model("TCM MODEL " + kSettings + datafilter + build + filter + kGroup + ".", Shop());
   // BUILDOPTIONS needs the time variable of DATASETTINGS, SERIESFILTER the fields of FIELDS,
   // DATAFILTER the dimensions.
   const Result backward =
-      Model("TCM MODEL " + filter + build + kGroup + datafilter + settings + ".", Shop());
+      Model("TCM MODEL " + filter + build + kGroup + datafilter + kSettings + ".", Shop());
   for (const Result* r : {&forward, &backward}) {
     ASSERT_TRUE(r->ok) << r->Describe();
     EXPECT_EQ(r->spec.buildOptions.estimationPeriod, "TIMES");
@@ -92,208 +218,80 @@ TEST(ModelReadingOrder, WritingOrderDoesNotMatter) {
   }
   EXPECT_EQ(forward.used, backward.used);
   EXPECT_EQ(forward.used, (std::vector<int32_t>{0, 1, 2, 4}));
-
-  // The first fault in reading order is reported, not the first written.
-  const Result fault =
-      Model("TCM MODEL /BUILDOPTIONS ESTIMATIONPERIOD=TIMES(START='2015-13-01' FORMAT=ISO8601) "
-            "/DATASETTINGS DIMENSIONS=region TIMETYPE=DATETIMEVAR TIMEVAR=nosuch " +
-                kGroup + ".",
-            Shop());
-  EXPECT_FALSE(fault.ok);
-  EXPECT_TRUE(fault.Has("VariableNotInDict", {"nosuch", "TIMEVAR"})) << fault.Describe();
-  EXPECT_FALSE(fault.Has("InvalidParamValue")) << fault.Describe();
 }
 
-TEST(ModelReadingOrder, GlobalGroupAndDateVariables) {
-  // Without date variables DATASETTINGS is required, with or without other global subcommands.
-  const Result none = Model("TCM MODEL /BUILDOPTIONS MAXINPUTS=3 " + kGroup + ".", Shop());
-  EXPECT_FALSE(none.ok);
-  EXPECT_TRUE(none.Has("SubComRequired", {"DATASETTINGS"})) << none.Describe();
-  const Result bare = Model("TCM MODEL " + kGroup + ".", Shop());
-  EXPECT_FALSE(bare.ok);
-  EXPECT_TRUE(bare.Has("SubComRequired", {"DATASETTINGS"})) << bare.Describe();
-
-  // With date variables the time axis comes from them, with a global group or without one.
+// With date variables the time axis comes from them, with a global group or without one.
+TEST(ModelReadingOrder, DateVariablesNeedNoSettings) {
   for (const std::string text : {"TCM MODEL /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price.",
                                  "TCM MODEL /DEBUG_ /FIELDSGROUP /FIELDS TARGETS=sales "
                                  "INPUTS=price /SERIESFILTER FIELDS=price."}) {
+    SCOPED_TRACE(text);
     const Result r = Model(text, Monthly());
-    ASSERT_TRUE(r.ok) << text << ": " << r.Describe();
+    ASSERT_TRUE(r.ok) << r.Describe();
     EXPECT_EQ(r.spec.timeType, "DATESPEC");
     EXPECT_EQ(r.spec.timeVars.periodVar, "MONTH_");
     ASSERT_EQ(r.spec.fieldsGroups.size(), 1u);
     EXPECT_EQ(Names(r.spec.fieldsGroups[0].fields[0].targets), std::vector<std::string>{"sales"});
   }
-  const Result debug = Model("TCM MODEL /DEBUG_ " + kGroup + ".", Monthly());
-  EXPECT_TRUE(debug.spec.debug);
-
-  // A SERIESFILTER field must be a target, input or forced input; excluded ones do not count.
-  const Result series = Model("TCM MODEL " + kSettings +
-                                  "/FIELDSGROUP /FIELDS TARGETS=sales EXCLUDEDINPUTS=cost "
-                                  "/SERIESFILTER FIELDS=cost.",
-                              Shop());
-  EXPECT_FALSE(series.ok);
-  EXPECT_TRUE(series.Has("InvalidParamValue", {"cost", "FIELDS", "SERIESFILTER"}))
-      << series.Describe();
+  EXPECT_TRUE(Model("TCM MODEL /DEBUG_ " + kGroup + ".", Monthly()).spec.debug);
 }
 
-TEST(ModelFields, ToRangesRunByDictionaryPosition) {
-  // sales TO cost: sales, note (string, set aside), price, store (a dimension here), cost.
-  const Result r = Model("TCM MODEL /DATASETTINGS DIMENSIONS=region store TIMETYPE=DATETIMEVAR "
-                         "TIMEVAR=day /FIELDSGROUP /FIELDS TARGETS=sales TO cost.",
-                         Shop());
-  ASSERT_TRUE(r.ok) << r.Describe();
-  EXPECT_EQ(Names(r.spec.fieldsGroups[0].fields[0].targets),
-            (std::vector<std::string>{"cost", "price", "sales"}));
-  EXPECT_TRUE(r.Has("STRING_VAR_IGNORED", {"FIELDS"})) << r.Describe();
-
-  // A range starting at the time variable: the time variable itself is named and refused.
-  const Result timeStart =
-      Model("TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS TARGETS=day TO price.", Shop());
-  EXPECT_FALSE(timeStart.ok);
-  EXPECT_TRUE(timeStart.Has("WRONG_TARGET_KEY", {"FIELDS", "day"})) << timeStart.Describe();
-
+// The lists of FIELDS as read: TO ranges by dictionary position, ALL, and the fields a list may
+// hold; the indexes of the variables used.
+TEST(ModelFields, ListsAsRead) {
+  struct Case {
+    std::string text;
+    std::vector<std::string> targets;
+    std::vector<int32_t> used;  // empty: not checked
+    bool strings_ignored;       // the warning of string fields set aside
+    std::shared_ptr<host::Dataset> (*data)() = Shop;
+  };
+  const Case cases[] = {
+      // sales TO cost: sales, note (string, set aside), price, store (a dimension here), cost.
+      {Fields("TARGETS=sales TO cost", kTwoDims), {"cost", "price", "sales"}, {}, true},
+      // ALL: numeric, not a dimension, not the time variable; no warning for the strings.
+      {Fields("TARGETS=ALL", kTwoDims), {"cost", "price", "sales"}, {0, 1, 2, 4, 5, 6}, false},
+      // Over date variables ALL leaves YEAR_ and MONTH_ out, and comes back.
+      {"TCM MODEL /FIELDSGROUP /FIELDS TARGETS=all.", {"price", "sales"}, {}, false, Monthly},
+      // A string field beside a numeric one: a warning, and the numeric one stays, spelled as
+      // the dictionary spells it.
+      {Fields("TARGETS=NOTE Sales"), {"sales"}, {0, 1, 2}, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    const Result r = Model(c.text, c.data());
+    ASSERT_TRUE(r.ok) << r.Describe();
+    EXPECT_EQ(Names(r.spec.fieldsGroups[0].fields[0].targets), c.targets);
+    if (c.strings_ignored) {
+      EXPECT_TRUE(r.Has("STRING_VAR_IGNORED", {"FIELDS"})) << r.Describe();
+    } else {
+      EXPECT_FALSE(r.Has("STRING_VAR_IGNORED")) << r.Describe();
+    }
+    if (!c.used.empty()) {
+      EXPECT_EQ(r.used, c.used);
+    }
+  }
   // Inputs read the same way; a range of only string fields leaves nothing but the warning.
-  const Result inputs = Model("TCM MODEL /DATASETTINGS DIMENSIONS=region store "
-                              "TIMETYPE=DATETIMEVAR TIMEVAR=day /FIELDSGROUP /FIELDS TARGETS=cost "
-                              "INPUTS=sales TO price EXCLUDEDINPUTS=price TO cost.",
-                              Shop());
+  const Result inputs =
+      Model(Fields("TARGETS=cost INPUTS=sales TO price EXCLUDEDINPUTS=price TO cost", kTwoDims),
+            Shop());
   ASSERT_TRUE(inputs.ok) << inputs.Describe();
   const FieldsSpec& fields = inputs.spec.fieldsGroups[0].fields[0];
   EXPECT_EQ(Names(fields.inputs), (std::vector<std::string>{"price", "sales"}));
   // Without the numeric-only rule a numeric dimension in a range joins.
   EXPECT_EQ(Names(fields.excludedInputs), (std::vector<std::string>{"cost", "price", "store"}));
-
-  struct Case {
-    std::string list;
-    std::string source;
-    std::vector<std::string> args;
-  };
-  const std::vector<Case> faults = {
-      {"cost TO sales", "SyntaxErrorInParam", {"cost TO sales", "TARGETS", "FIELDS"}},
-      {"sales TO", "SyntaxErrorInParam", {"TO", "TARGETS", "FIELDS"}},
-      {"TO cost", "SyntaxErrorInParam", {"TO", "TARGETS", "FIELDS"}},
-      {"sales TO nosuch", "VariableNotInDict", {"nosuch", "TARGETS", "FIELDS"}},
-      {"sales TO 'cost'", "InvalidVarName", {"'cost'", "TARGETS", "FIELDS"}},
-      {"sales BY cost", "InvalidVarName", {"BY", "TARGETS", "FIELDS"}},
-      {"sales nosuch", "VariableNotInDict", {"nosuch", "TARGETS", "FIELDS"}},
-  };
-  for (const Case& c : faults) {
-    const Result f =
-        Model("TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS TARGETS=" + c.list + ".", Shop());
-    EXPECT_FALSE(f.ok) << c.list;
-    EXPECT_TRUE(f.Has(c.source, c.args)) << c.list << ": " << f.Describe();
-  }
 }
 
-TEST(ModelFields, AllAloneAndWithVariables) {
-  const Result all = Model("TCM MODEL /DATASETTINGS DIMENSIONS=region store TIMETYPE=DATETIMEVAR "
-                           "TIMEVAR=day /FIELDSGROUP /FIELDS TARGETS=ALL.",
-                           Shop());
-  ASSERT_TRUE(all.ok) << all.Describe();
-  // Numeric, not a dimension, not the time variable; no warning for the strings left out.
-  EXPECT_EQ(Names(all.spec.fieldsGroups[0].fields[0].targets),
-            (std::vector<std::string>{"cost", "price", "sales"}));
-  EXPECT_FALSE(all.Has("STRING_VAR_IGNORED"));
-  EXPECT_EQ(all.used, (std::vector<int32_t>{0, 1, 2, 4, 5, 6}));
-
-  // Over date variables: ALL leaves YEAR_ and MONTH_ out, and comes back.
-  const Result dated = Model("TCM MODEL /FIELDSGROUP /FIELDS TARGETS=all.", Monthly());
-  ASSERT_TRUE(dated.ok) << dated.Describe();
-  EXPECT_EQ(Names(dated.spec.fieldsGroups[0].fields[0].targets),
-            (std::vector<std::string>{"price", "sales"}));
-
-  for (const std::string list : {"ALL sales", "sales ALL", "note ALL"}) {
-    const Result r =
-        Model("TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS TARGETS=" + list + ".", Shop());
-    EXPECT_FALSE(r.ok) << list;
-    EXPECT_TRUE(r.Has("ALL_WITH_VAR_KEY", {"FIELDS"})) << list << ": " << r.Describe();
-  }
-
-  // ALL over a dataset whose only fields besides the dimension are strings: nothing to model.
-  const Result strings =
-      Model("TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS TARGETS=ALL.",
-            tcm_test::MakeDataset({{"region", 8, "A8"}, {"day", 0, "DATE11"}, {"note", 8, "A8"}}));
-  EXPECT_FALSE(strings.ok);
-  EXPECT_TRUE(strings.Has("SyntaxErrorInParam", {"", "TARGETS", "FIELDS"})) << strings.Describe();
-}
-
-TEST(ModelFields, WhatATargetMayBe) {
-  struct Case {
-    std::string fields;
-    std::string name;
-  };
-  // The time variable, a string dimension (on any list), a numeric dimension as target or input.
-  const std::vector<Case> wrong = {{"TARGETS=day", "day"},
-                                   {"TARGETS=sales INPUTS=DAY", "DAY"},
-                                   {"TARGETS=region", "region"},
-                                   {"TARGETS=sales EXCLUDEDTARGETS=region", "region"},
-                                   {"TARGETS=store", "store"}};
-  for (const Case& c : wrong) {
-    const Result r = Model("TCM MODEL /DATASETTINGS DIMENSIONS=region store TIMETYPE=DATETIMEVAR "
-                           "TIMEVAR=day /FIELDSGROUP /FIELDS " +
-                               c.fields + ".",
-                           Shop());
-    EXPECT_FALSE(r.ok) << c.fields;
-    EXPECT_TRUE(r.Has("WRONG_TARGET_KEY", {"FIELDS", c.name})) << c.fields << ": " << r.Describe();
-  }
-
-  // A string field beside a numeric one: a warning, and the numeric one stays, spelled as the
-  // dictionary spells it.
-  const Result warned =
-      Model("TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS TARGETS=NOTE Sales.", Shop());
-  ASSERT_TRUE(warned.ok) << warned.Describe();
-  EXPECT_TRUE(warned.Has("STRING_VAR_IGNORED", {"FIELDS"}));
-  EXPECT_EQ(Names(warned.spec.fieldsGroups[0].fields[0].targets),
-            std::vector<std::string>{"sales"});
-  EXPECT_EQ(warned.used, (std::vector<int32_t>{0, 1, 2}));
-
-  // Only string targets in every FIELDS of the group: nothing is left to model.
-  const Result onlyStrings = Model("TCM MODEL " + kSettings +
-                                       "/FIELDSGROUP /FIELDS TARGETS=note /FIELDS TARGETS=label "
-                                       "INPUTS=price.",
-                                   Shop());
-  EXPECT_FALSE(onlyStrings.ok);
-  EXPECT_TRUE(onlyStrings.Has("STRING_VAR_IGNORED"));
-  EXPECT_TRUE(onlyStrings.Has("SyntaxErrorInParam", {"", "TARGETS", "FIELDS"}))
-      << onlyStrings.Describe();
-}
-
-TEST(ModelFields, ForceAndExcludeFilters) {
-  const std::string head = "TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS TARGETS=sales ";
-  const Result forced = Model(head + "FORCE=price DIMVALUES=region(EXCLUDE=A).", Shop());
-  EXPECT_FALSE(forced.ok);
-  EXPECT_TRUE(forced.Has("ParamExclusive", {"FORCE", "EXCLUDE", "FIELDS"})) << forced.Describe();
-  // FORCE naming only a string field has nothing to force, and still conflicts.
-  const Result empty = Model(head + "FORCE=note DIMVALUES=region(EXCLUDE=A).", Shop());
-  EXPECT_FALSE(empty.ok);
-  EXPECT_TRUE(empty.Has("ParamExclusive", {"FORCE", "EXCLUDE", "FIELDS"})) << empty.Describe();
-  EXPECT_FALSE(empty.Has("STRING_VAR_IGNORED"));
-
-  const Result included = Model(head + "FORCE=price DIMVALUES=region(INCLUDE=A).", Shop());
+TEST(ModelFields, ForceFiltersGroupsAndDataFilter) {
+  const Result included = Model(Fields("TARGETS=sales FORCE=price DIMVALUES=region(INCLUDE=A)"),
+                                Shop());
   ASSERT_TRUE(included.ok) << included.Describe();
   const FieldsSpec& fields = included.spec.fieldsGroups[0].fields[0];
   EXPECT_EQ(Names(fields.force), std::vector<std::string>{"price"});
   ASSERT_EQ(fields.filters.size(), 1u);
   EXPECT_TRUE(fields.filters[0].include);
   // An EXCLUDE filter without FORCE is fine.
-  EXPECT_TRUE(Model(head + "DIMVALUES=region(EXCLUDE=A).", Shop()).ok);
-  // A FIELDS filter on a field that is no dimension fails while the command is read.
-  const Result notDim = Model(head + "DIMVALUES=note(INCLUDE=A).", Shop());
-  EXPECT_FALSE(notDim.ok);
-  EXPECT_TRUE(notDim.Has("FILED_NOT_ON_DIMENSIONS_KEY")) << notDim.Describe();
-}
-
-TEST(ModelFields, GroupsNeedTargets) {
-  // The second group has no FIELDS at all; its position in the group list is 2.
-  const Result noFields = Model("TCM MODEL " + kSettings + kGroup + "/FIELDSGROUP.", Shop());
-  EXPECT_FALSE(noFields.ok);
-  EXPECT_TRUE(noFields.Has("TARGET_REQUIRED_KEY", {"2"})) << noFields.Describe();
-  // FIELDS without TARGETS anywhere in the group.
-  const Result noTargets = Model(
-      "TCM MODEL " + kSettings + "/FIELDSGROUP /FIELDS INPUTS=price /FIELDS INPUTS=cost.", Shop());
-  EXPECT_FALSE(noTargets.ok);
-  EXPECT_TRUE(noTargets.Has("TARGET_REQUIRED_KEY", {"1"})) << noTargets.Describe();
+  EXPECT_TRUE(Model(Fields("TARGETS=sales DIMVALUES=region(EXCLUDE=A)"), Shop()).ok);
 
   // Two groups, the second with two FIELDS, the targets in only one of them.
   const Result two =
@@ -305,35 +303,21 @@ TEST(ModelFields, GroupsNeedTargets) {
   ASSERT_EQ(two.spec.fieldsGroups[1].fields.size(), 2u);
   EXPECT_EQ(Names(two.spec.fieldsGroups[1].fields[1].targets), std::vector<std::string>{"cost"});
   EXPECT_EQ(two.used, (std::vector<int32_t>{0, 1, 2, 4, 6}));
-}
 
-TEST(ModelFields, DataFilter) {
-  const Result r = Model("TCM MODEL " + kSettings +
-                             "/DATAFILTER DIMVALUES=region(INCLUDE=North 'South West') "
-                             "region(EXCLUDE=East) " +
-                             kGroup + ".",
+  const Result r = Model(Command("/DATAFILTER DIMVALUES=region(INCLUDE=North 'South West') "
+                                 "region(EXCLUDE=East) "),
                          Shop());
   ASSERT_TRUE(r.ok) << r.Describe();
   ASSERT_EQ(r.spec.dataFilter.filters.size(), 2u);
   EXPECT_EQ(r.spec.dataFilter.filters[0],
             (DimValueFilter{"region", {"North", "South West"}, true}));
   EXPECT_EQ(r.spec.dataFilter.filters[1], (DimValueFilter{"region", {"East"}, false}));
-  const Result bad = Model(
-      "TCM MODEL " + kSettings + "/DATAFILTER DIMVALUES=price(INCLUDE=1) " + kGroup + ".", Shop());
-  EXPECT_FALSE(bad.ok);
-  EXPECT_TRUE(bad.Has("FILED_NOT_ON_DIMENSIONS_KEY", {"DATAFILTER", "price"})) << bad.Describe();
-}
-
-std::string Times(const std::string& qualifiers) {
-  return "/BUILDOPTIONS ESTIMATIONPERIOD=TIMES(" + qualifiers + ") ";
 }
 
 TEST(ModelBuildOptions, TimesWithDates) {
   // FORMAT=VARIABLE reads the dates in the time variable's format (DATE11 also reads ISO text).
   const Result variable =
-      Model("TCM MODEL " + kSettings +
-                Times("START='01-mar-2015' END='2015-06-30' FORMAT=VARIABLE") + kGroup + ".",
-            Shop());
+      Model(Command(Times("START='01-mar-2015' END='2015-06-30' FORMAT=VARIABLE")), Shop());
   ASSERT_TRUE(variable.ok) << variable.Describe();
   const BuildOptionsSpec& v = variable.spec.buildOptions;
   EXPECT_EQ(v.dateFormat, 0);
@@ -344,10 +328,9 @@ TEST(ModelBuildOptions, TimesWithDates) {
   EXPECT_TRUE(v.startPeriods.empty());
 
   // ISO8601: a date, a date-time, and times of day.
-  const Result iso = Model(
-      "TCM MODEL " + kSettings +
-          Times("FORMAT=ISO8601 START='2015-1-5 7:05' END='2015-06-30 23:59:59'") + kGroup + ".",
-      Shop());
+  const Result iso =
+      Model(Command(Times("FORMAT=ISO8601 START='2015-1-5 7:05' END='2015-06-30 23:59:59'")),
+            Shop());
   ASSERT_TRUE(iso.ok) << iso.Describe();
   EXPECT_EQ(iso.spec.buildOptions.dateFormat, 1);
   EXPECT_EQ(iso.spec.buildOptions.startTime, Seconds(2015, 1, 5, 7, 5));
@@ -355,17 +338,14 @@ TEST(ModelBuildOptions, TimesWithDates) {
   EXPECT_EQ(iso.spec.buildOptions.startKind, kDateTimeKind);
   EXPECT_EQ(FormatTime(iso.spec.buildOptions.startTime, kDateTimeKind), "2015-01-05 07:05:00");
 
-  const Result clock =
-      Model("TCM MODEL " + kSettings + Times("START='9' END='17:30' FORMAT=ISO8601") + kGroup + ".",
-            Shop());
+  const Result clock = Model(Command(Times("START='9' END='17:30' FORMAT=ISO8601")), Shop());
   ASSERT_TRUE(clock.ok) << clock.Describe();
   EXPECT_EQ(clock.spec.buildOptions.startTime, 9 * 3600);
   EXPECT_EQ(clock.spec.buildOptions.endTime, 17 * 3600 + 30 * 60);
   EXPECT_EQ(clock.spec.buildOptions.endKind, kTimeKind);
 
   // A year alone is the year's first day.
-  const Result year =
-      Model("TCM MODEL " + kSettings + Times("START='2014' FORMAT=ISO8601") + kGroup + ".", Shop());
+  const Result year = Model(Command(Times("START='2014' FORMAT=ISO8601")), Shop());
   ASSERT_TRUE(year.ok) << year.Describe();
   EXPECT_EQ(year.spec.buildOptions.startTime, Seconds(2014, 1, 1));
   EXPECT_EQ(year.spec.buildOptions.endTime, 0);
@@ -379,107 +359,30 @@ TEST(ModelBuildOptions, TimesWithDates) {
   EXPECT_EQ(isoVar.spec.buildOptions.startTime, Seconds(2015, 3, 1, 10, 20, 30));
 }
 
-TEST(ModelBuildOptions, TimesFaults) {
-  struct Case {
-    std::string qualifiers;
-    std::string source;
-    std::vector<std::string> args;
-  };
-  const std::vector<Case> faults = {
-      {"START='2015-03-01'", "ParamNeedParam", {"FORMAT", "TIMES"}},
-      {"START='2015-06-01' END='2015-03-01' FORMAT=ISO8601", "INVALID_START_KEY", {}},
-      {"START='01-JUN-2015' END='01-MAR-2015' FORMAT=VARIABLE", "INVALID_START_KEY", {}},
-      // Kinds differ: a date-time start and a plain date end; the end prints back as read.
-      {"START='2015-01-01 10:20:30' END='2015-06-01' FORMAT=ISO8601",
-       "InvalidParamValue",
-       {"2015-06-01", "END", "BUILDOPTIONS"}},
-      {"START='31-FEB-2015' FORMAT=VARIABLE",
-       "InvalidCatValue",
-       {"day", "31-FEB-2015", "TIMES", "BUILDOPTIONS"}},
-      {"START='2015-02-31' FORMAT=ISO8601",
-       "InvalidParamValue",
-       {"2015-02-31", "TIMES", "BUILDOPTIONS"}},
-      {"START='2015-13-01' FORMAT=ISO8601",
-       "InvalidParamValue",
-       {"2015-13-01", "TIMES", "BUILDOPTIONS"}},
-      {"START='2015/03/01' FORMAT=ISO8601",
-       "SyntaxErrorInParam",
-       {"2015/03/01", "TIMES", "OPTIONS"}},
-      {"START='25:00' FORMAT=ISO8601", "InvalidParamValue", {"25:00", "TIMES", "BUILDOPTIONS"}},
-      // The epoch reads as "not given", so it is refused rather than silently dropped.
-      {"START='1970-01-01' FORMAT=ISO8601", "InvalidParamValue", {"1970-01-01", "TIMES"}},
-      {"START=2015 3", "ParamNeedEuroDate", {"TIMES", "BUILDOPTIONS"}},
-      {"START=2015", "ParamNeedEuroDate", {"TIMES", "BUILDOPTIONS"}},
-      {"START=soon", "SyntaxErrorInParam", {"soon", "TIMES", "BUILDOPTIONS"}},
-      {"START=1.5", "SyntaxErrorInParam", {"1.5", "TIMES", "BUILDOPTIONS"}},
-      {"FORMAT=ISO8601", "SyntaxErrorInParam", {"TIMES", "ESTIMATIONPERIOD", "BUILDOPTIONS"}},
-  };
-  for (const Case& c : faults) {
-    const Result r = Model("TCM MODEL " + kSettings + Times(c.qualifiers) + kGroup + ".", Shop());
-    EXPECT_FALSE(r.ok) << c.qualifiers;
-    EXPECT_TRUE(r.Has(c.source, c.args)) << c.qualifiers << ": " << r.Describe();
-  }
-  // The host's object on a variable that is not there: no index, and no value reads.
-  ProcedureDataSource source(Shop());
-  VarSpecObj object("TIMES", "BUILDOPTIONS", nullptr, &source, true);
-  EXPECT_LT(object.ValidateVariable("gone"), 0);
-  double value = 0.0;
-  int32_t format = 0;
-  EXPECT_FALSE(object.ValidateCatValue("01-MAR-2015", value, format));
-}
-
 TEST(ModelBuildOptions, TimesWithPeriods) {
-  const std::string none = "TCM MODEL /DATASETTINGS TIMETYPE=NONE ";
-  const std::string group = "/FIELDSGROUP /FIELDS TARGETS=sales.";
-  const auto data = [] { return tcm_test::MakeDataset({{"sales"}, {"price"}}); };
-
-  const Result both = Model(none + Times("START=10 END=20") + group, data());
+  const Result both = Model(Periods("START=10 END=20"), Plain());
   ASSERT_TRUE(both.ok) << both.Describe();
   EXPECT_EQ(both.spec.buildOptions.startPeriods, std::vector<int32_t>{10});
   EXPECT_EQ(both.spec.buildOptions.endPeriods, std::vector<int32_t>{20});
   EXPECT_EQ(both.spec.buildOptions.startTime, 0);
   // Period values are not ordered here: an end before the start passes.
-  EXPECT_TRUE(Model(none + Times("START=20 END=10") + group, data()).ok);
-  EXPECT_TRUE(Model(none + Times("END=20") + group, data()).ok);
-
-  struct Case {
-    std::string qualifiers;
-    std::string source;
-    std::vector<std::string> args;
-  };
-  const std::vector<Case> faults = {
-      {"START=1 2", "MISMATCHING_START_END_KEY", {}},
-      {"START=10 END=1 2", "MISMATCHING_START_END_KEY", {}},
-      {"START=1.5", "SINGLE_INTEGER_KEY", {}},
-      {"START='2015-01-01' FORMAT=ISO8601", "ParamNeedIntegerList", {"TIMES", "BUILDOPTIONS"}},
-      {"START=1 x", "ParamNeedIntegerList", {"TIMES", "BUILDOPTIONS"}},
-      {"FORMAT=VARIABLE", "SINGLE_INT_VAL_KEY", {"ESTIMATIONPERIOD"}},
-  };
-  for (const Case& c : faults) {
-    const Result r = Model(none + Times(c.qualifiers) + group, data());
-    EXPECT_FALSE(r.ok) << c.qualifiers;
-    EXPECT_TRUE(r.Has(c.source, c.args)) << c.qualifiers << ": " << r.Describe();
-  }
-  // "START=1 2" fails on its length before the count of values is looked at.
-  EXPECT_FALSE(Model(none + Times("START=1 2") + group, data()).Has("SINGLE_INT_VAL_KEY"));
+  EXPECT_TRUE(Model(Periods("START=20 END=10"), Plain()).ok);
+  EXPECT_TRUE(Model(Periods("END=20"), Plain()).ok);
 
   // Date variables YEAR_ and MONTH_: one value per level, from the highest down.
-  const Result dated = Model("TCM MODEL " + Times("START=2015 3 END=2016 1") + group, Monthly());
+  const Result dated = Model("TCM MODEL " + Times("START=2015 3 END=2016 1") +
+                                 "/FIELDSGROUP /FIELDS TARGETS=sales.",
+                             Monthly());
   ASSERT_TRUE(dated.ok) << dated.Describe();
   EXPECT_EQ(dated.spec.buildOptions.startPeriods, (std::vector<int32_t>{2015, 3}));
   EXPECT_EQ(dated.spec.buildOptions.endPeriods, (std::vector<int32_t>{2016, 1}));
-  const Result shortDated = Model("TCM MODEL " + Times("START=2015") + group, Monthly());
-  EXPECT_FALSE(shortDated.ok);
-  EXPECT_TRUE(shortDated.Has("WRONG_LENGTH_DATE_SPEC_KEY")) << shortDated.Describe();
 }
 
 TEST(ModelBuildOptions, ObservationsAndNumbers) {
-  const Result obs = Model("TCM MODEL " + kSettings +
-                               "/BUILDOPTIONS ESTIMATIONPERIOD=OBSERVATIONS(TYPE=oldest OFFSET=2 "
-                               "NUMBER=50) FORECASTPERIODS=6 CILEVEL=90 TOLERANCE=0.01 "
-                               "OUTLIERTHRESH=99 " +
-                               kGroup + ".",
-                           Shop());
+  const Result obs =
+      Model(Command("/BUILDOPTIONS ESTIMATIONPERIOD=OBSERVATIONS(TYPE=oldest OFFSET=2 NUMBER=50) "
+                    "FORECASTPERIODS=6 CILEVEL=90 TOLERANCE=0.01 OUTLIERTHRESH=99 "),
+            Shop());
   ASSERT_TRUE(obs.ok) << obs.Describe();
   const BuildOptionsSpec& o = obs.spec.buildOptions;
   EXPECT_EQ(o.estimationPeriod, "OBSERVATIONS");
@@ -493,31 +396,23 @@ TEST(ModelBuildOptions, ObservationsAndNumbers) {
   EXPECT_TRUE(o.maxInputsDefault);
   EXPECT_TRUE(o.lagsAuto);
 
-  const Result all = Model(
-      "TCM MODEL " + kSettings + "/BUILDOPTIONS ESTIMATIONPERIOD=ALL " + kGroup + ".", Shop());
+  const Result all = Model(Command("/BUILDOPTIONS ESTIMATIONPERIOD=ALL "), Shop());
   ASSERT_TRUE(all.ok) << all.Describe();
   EXPECT_EQ(all.spec.buildOptions.estimationPeriod, "ALL");
 
   // Keywords keep the defaults; numbers replace them.
-  const Result keywords =
-      Model("TCM MODEL " + kSettings + "/BUILDOPTIONS MAXINPUTS=DEFAULT LAGS=auto " + kGroup + ".",
-            Shop());
-  ASSERT_TRUE(keywords.ok) << keywords.Describe();
-  EXPECT_TRUE(keywords.spec.buildOptions.maxInputsDefault);
-  EXPECT_TRUE(keywords.spec.buildOptions.lagsAuto);
-  EXPECT_EQ(keywords.spec.buildOptions.maxInputs, kUnset);
-  EXPECT_EQ(keywords.spec.buildOptions.lags, kUnset);
-
-  const Result numbers =
-      Model("TCM MODEL " + kSettings + "/BUILDOPTIONS MAXINPUTS=7 LAGS=12 " + kGroup + ".", Shop());
-  ASSERT_TRUE(numbers.ok) << numbers.Describe();
-  EXPECT_FALSE(numbers.spec.buildOptions.maxInputsDefault);
-  EXPECT_FALSE(numbers.spec.buildOptions.lagsAuto);
-  EXPECT_EQ(numbers.spec.buildOptions.maxInputs, 7);
-  EXPECT_EQ(numbers.spec.buildOptions.lags, 12);
-
-  const Result outOfRange =
-      Model("TCM MODEL " + kSettings + "/BUILDOPTIONS LAGS=21 " + kGroup + ".", Shop());
+  for (const auto& [options, maxInputs, lags] :
+       {std::tuple{"MAXINPUTS=DEFAULT LAGS=auto ", kUnset, kUnset},
+        std::tuple{"MAXINPUTS=7 LAGS=12 ", 7, 12}}) {
+    SCOPED_TRACE(options);
+    const Result r = Model(Command(std::string("/BUILDOPTIONS ") + options), Shop());
+    ASSERT_TRUE(r.ok) << r.Describe();
+    EXPECT_EQ(r.spec.buildOptions.maxInputsDefault, maxInputs == kUnset);
+    EXPECT_EQ(r.spec.buildOptions.lagsAuto, lags == kUnset);
+    EXPECT_EQ(r.spec.buildOptions.maxInputs, maxInputs);
+    EXPECT_EQ(r.spec.buildOptions.lags, lags);
+  }
+  const Result outOfRange = Model(Command("/BUILDOPTIONS LAGS=21 "), Shop());
   EXPECT_FALSE(outOfRange.ok);
   EXPECT_EQ(outOfRange.spec.buildOptions.lags, kUnset);
 }
@@ -548,12 +443,15 @@ TEST(HostTimeConversions, RoundTripThroughFormatTime) {
     const int64_t time = ftisqq(NumericFormatStatToCF(value, 22));
     EXPECT_EQ(FormatTime(time, kind), c.printed) << c.text;
   }
-  // A date variable's value and the ISO text of the same day meet in the same time.
+  // The host's object on a variable that is not there: no index, and no value reads. On a
+  // date variable, its value and the ISO text of the same day meet in the same time.
   ProcedureDataSource source(Shop());
   VarSpecObj day("TIMES", "BUILDOPTIONS", nullptr, &source, true);
-  ASSERT_EQ(day.ValidateVariable("DAY"), 1);
   double value = 0.0;
   int32_t format = 0;
+  EXPECT_LT(day.ValidateVariable("gone"), 0);
+  EXPECT_FALSE(day.ValidateCatValue("01-MAR-2015", value, format));
+  ASSERT_EQ(day.ValidateVariable("DAY"), 1);
   ASSERT_TRUE(day.ValidateCatValue("01-MAR-2015", value, format));
   EXPECT_EQ(ftisqq(NumericStorageStatToCF(value, 6)),
             ftisqq(TimeConverter::convertDateFromISOFormatToQUORDouble("2015-03-01")));

@@ -58,13 +58,7 @@ std::string Compose(TCMModelValidSpecs& spec) {
   return conf.toString();
 }
 
-int64_t Seconds(int64_t year, int month, int day) {
-  support::CivilTime time;
-  time.year = year;
-  time.month = month;
-  time.day = day;
-  return support::ToSeconds(time);
-}
+using tcm_test::Seconds;
 
 // The keys from the interval settings to the method maps that most commands below share.
 const std::string kDefaultWeek =

@@ -34,16 +34,7 @@ namespace {
 namespace fs = std::filesystem;
 using Result = tcm_test::ParseResult<TCMModelValidSpecs>;
 
-int64_t Seconds(int64_t year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
-  support::CivilTime time;
-  time.year = year;
-  time.month = month;
-  time.day = day;
-  time.hour = hour;
-  time.minute = minute;
-  time.second = second;
-  return support::ToSeconds(time);
-}
+using tcm_test::Seconds;
 
 // region (E, W), day (2015-01-01 on, one per region and day), sales: 20 days.
 std::shared_ptr<host::Dataset> Daily() {
