@@ -148,15 +148,9 @@ Json Structure(const Json& graph) {
 
 class ApplyRun : public TcmProgram {
  protected:
-  void SetUp() override {
-    TcmProgram::SetUp();
-    fs::create_directory(Path("tmp"));
-    setenv("TMPDIR", Path("tmp").c_str(), 1);
-  }
-  void TearDown() override { unsetenv("TMPDIR"); }
 
   // Runs `command` on `days` of data (or `csv` when given) with a JSON report `name`.json.
-  Outcome Run(const std::string& name, const std::string& command, int days,
+  Outcome RunOn(const std::string& name, const std::string& command, int days,
               const std::string& csv = {}) {
     Write(Path(name + ".csv"), csv.empty() ? Data(days) : csv);
     Write(Path(name + ".dict.json"), R"({"variables": [{"name": "stamp", "type": "string"},
@@ -168,7 +162,7 @@ class ApplyRun : public TcmProgram {
   // TCM MODEL on `days` of data, saving model.zip and model_scored.csv.
   void BuildModel(int days) {
     const Outcome built =
-        Run("model", std::string(kModel) + kOutput + " /OUTFILE MODELSYSTEM='" +
+        RunOn("model", std::string(kModel) + kOutput + " /OUTFILE MODELSYSTEM='" +
                          Path("model.zip").string() + "' DATA='" +
                          Path("model_scored.csv").string() +
                          "'\n /FIELDSGROUP /FIELDS TARGETS=y z INPUTS=x y z.\n",
@@ -178,7 +172,7 @@ class ApplyRun : public TcmProgram {
   }
   // TCM APPLY with five forecasts on `days` of data, saving applied.csv.
   Outcome ApplyWithForecasts(int days) {
-    return Run("apply", Apply("FORECASTPERIODS=5", "DATA='" + Path("applied.csv").string() + "'"),
+    return RunOn("apply", Apply("FORECASTPERIODS=5", "DATA='" + Path("applied.csv").string() + "'"),
                days);
   }
   std::string Apply(const std::string& options, const std::string& outfile) const {
@@ -244,7 +238,7 @@ TEST_F(ApplyRun, NewPeriodsAreForecastAndReestimationWritesANewModel) {
   // Re-estimation on the newest 60 days: same inputs and lags, new coefficients, a new file,
   // which the notes (they follow the single series' output) name.
   const std::string newModel = Path("new.zip").string();
-  const Outcome reestimated = Run(
+  const Outcome reestimated = RunOn(
       "reestimate",
       Apply("REESTIMATE=YES ESTIMATIONPERIOD=OBSERVATIONS(TYPE=NEWEST NUMBER=60) FORECASTPERIODS=5",
             "MODELSYSTEM='" + newModel + "' /SERIESFILTER FIELDS=y"),
@@ -261,7 +255,7 @@ TEST_F(ApplyRun, NewPeriodsAreForecastAndReestimationWritesANewModel) {
   EXPECT_EQ(ReadAll(Path("model.zip")), modelBytes_);
 
   // The new model system reads back.
-  const Outcome again = Run(
+  const Outcome again = RunOn(
       "again", "TCM APPLY /MODELSYSTEM FILE='" + newModel + "' /OPTIONS FORECASTPERIODS=3.\n", 100);
   EXPECT_EQ(again.status, 0) << again.out;
 }
@@ -304,7 +298,7 @@ TEST_F(ApplyRun, MismatchesSayWhyAndChangeNothing) {
     const std::string model = c.modelFile.empty() ? Path("model.zip").string() : c.modelFile;
     const std::string data = "DATA='" + Path("bad_out.csv").string() + "'";
     const bool hasOutfile = c.options.find("/OUTFILE") != std::string::npos;
-    const Outcome outcome = Run("bad", "TCM APPLY /MODELSYSTEM FILE='" + model + "'" + c.options +
+    const Outcome outcome = RunOn("bad", "TCM APPLY /MODELSYSTEM FILE='" + model + "'" + c.options +
                                            (hasOutfile ? " " : " /OUTFILE ") + data + ".\n",
                                 60, c.csv.empty() ? Data(60) : c.csv);
     EXPECT_EQ(outcome.status, 1) << outcome.out;

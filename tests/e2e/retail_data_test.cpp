@@ -318,28 +318,38 @@ bool ReadmeHasLine(const std::string& readme, std::vector<std::string> words) {
 // ---------------------------------------------------------------------------------------------
 
 TEST_F(RetailGenerator, RegeneratesTheCommittedFilesByteForByte) {
-  const fs::path csv = Path("nested") / "sales.csv";
-  const fs::path dict = Path("nested") / "sales.dict.json";
-  const RunResult run = Run(Quoted(csv) + " --dict " + Quoted(dict));
-  ASSERT_EQ(run.exit_code, 0) << run.error_text;
-  const std::string committed_csv = ReadText(kExampleDir / "sales.csv");
-  ASSERT_FALSE(committed_csv.empty());
-  // Compare sizes and the first differing line, not two 400 kB strings in a failure message.
-  const std::string generated_csv = ReadText(csv);
-  EXPECT_EQ(generated_csv.size(), committed_csv.size());
-  const auto diff = std::mismatch(generated_csv.begin(), generated_csv.end(), committed_csv.begin(),
-                                  committed_csv.end());
-  if (diff.first != generated_csv.end() || diff.second != committed_csv.end()) {
-    const std::size_t at = static_cast<std::size_t>(diff.first - generated_csv.begin());
-    const std::size_t line_start = generated_csv.rfind('\n', at) + 1;
-    ADD_FAILURE() << "sales.csv differs from the committed file at byte " << at << ", line:\n"
-                  << generated_csv.substr(line_start, 80) << "\ncommitted:\n"
-                  << committed_csv.substr(line_start, 80);
+  // The two years, and the same days followed by the first quarter of 2025.
+  const std::pair<std::string, std::string> files[] = {{"sales", ""},
+                                                       {"sales_2025q1", " --through 2025-03-31"}};
+  for (const auto& [name, through] : files) {
+    SCOPED_TRACE(name);
+    const fs::path folder = Path(name);
+    const fs::path csv = folder / (name + ".csv");
+    const fs::path dict = folder / (name + ".dict.json");
+    const RunResult run = Run(Quoted(csv) + " --dict " + Quoted(dict) + through);
+    ASSERT_EQ(run.exit_code, 0) << run.error_text;
+    const std::string committed_csv = ReadText(kExampleDir / (name + ".csv"));
+    ASSERT_FALSE(committed_csv.empty());
+    // Compare sizes and the first differing line, not two 400 kB strings in a failure message.
+    const std::string generated_csv = ReadText(csv);
+    EXPECT_EQ(generated_csv.size(), committed_csv.size());
+    const auto diff = std::mismatch(generated_csv.begin(), generated_csv.end(),
+                                    committed_csv.begin(), committed_csv.end());
+    if (diff.first != generated_csv.end() || diff.second != committed_csv.end()) {
+      const std::size_t at = static_cast<std::size_t>(diff.first - generated_csv.begin());
+      const std::size_t line_start = generated_csv.rfind('\n', at) + 1;
+      ADD_FAILURE() << "the CSV differs from the committed file at byte " << at << ", line:\n"
+                    << generated_csv.substr(line_start, 80) << "\ncommitted:\n"
+                    << committed_csv.substr(line_start, 80);
+    }
+    EXPECT_EQ(ReadText(dict), ReadText(kExampleDir / (name + ".dict.json")));
+    EXPECT_LT(committed_csv.size(), 3u * 1024 * 1024);
+    // No leftovers of the write-and-rename beside the outputs.
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
   }
-  EXPECT_EQ(ReadText(dict), ReadText(kExampleDir / "sales.dict.json"));
-  EXPECT_LT(committed_csv.size(), 3u * 1024 * 1024);
-  // No leftovers of the write-and-rename beside the outputs.
-  EXPECT_EQ(std::distance(fs::directory_iterator(Path("nested")), fs::directory_iterator()), 2);
+  // The longer file goes on where the shorter one ends.
+  const std::string two_years = ReadText(kExampleDir / "sales.csv");
+  EXPECT_EQ(ReadText(kExampleDir / "sales_2025q1.csv").compare(0, two_years.size(), two_years), 0);
 }
 
 TEST_F(RetailGenerator, ReportsBadUseAndKeepsExistingFiles) {
@@ -356,6 +366,8 @@ TEST_F(RetailGenerator, ReportsBadUseAndKeepsExistingFiles) {
       {a + " --colour", 2, "--colour"},
       {a + " " + Quoted(Path("b.csv")), 2, ""},
       {a + " --dict", 2, ""},
+      {a + " --through 2024-02-30", 2, "--through needs a day"},
+      {a + " --through 2024-06-01", 2, "--through needs a day"},
       {Quoted(blocked), 1, blocked.string()},
       {Quoted(Path("plain") / "sales.csv"), 1, "plain"},
   };
