@@ -1,7 +1,6 @@
-// Tests of TCM APPLY's reading through command text against model systems written here: the
-// check of the file, the settings it carries, OPTIONS read by the model's time type,
-// SERIESFILTER against the model's metrics, and the paths of OUTFILE.
-#include <filesystem>
+// Tests of TCM APPLY against model systems written here: its reading of command text (the file,
+// the saved settings, OPTIONS by the model's time type, SERIESFILTER against the model's metrics,
+// the paths of OUTFILE), and its check on the converted data through the engine.
 #include <fstream>
 #include <map>
 #include <optional>
@@ -10,84 +9,79 @@
 
 #include <gtest/gtest.h>
 
+#include "host/bridge/app_host.h"
 #include "support/temp_file.h"
+#include "support/time.h"
 #include "support/zip_archive.h"
+#include "tcm/apply/check_prepared_data.h"
 #include "tcm/apply/tcm_apply_parser.h"
+#include "tcm/run_frame.h"
+#include "tcm/stages/tsdp_runner.h"
 #include "tcm/tcm_test_util.h"
 
 namespace {
 
 using Result = tcm_test::ParseResult<TCMApplySpec>;
-using Members = std::map<std::string, std::string>;
 
 // Settings as the preparation writes them (compact, so that the text read back is the same).
-std::string Settings(const std::string& dims, const std::string& metrics, const std::string& time,
-                     const std::string& cyclic) {
-  return "{\"dimFieldList\":[" + dims + "],\"metricFieldList\":[" + metrics +
-         "],\"dateTimeField\":\"" + time + "\",\"cyclicFieldList\":[" + cyclic +
-         "],\"aggreLevel\":0,\"interpolation\":{\"method\":\"LINT\"}}";
+std::string Settings(const std::string& dims, const std::string& time, const std::string& cyclic) {
+  return "{\"dimFieldList\":[" + dims + "],\"metricFieldList\":[\"sales\",\"price\"]," +
+         "\"dateTimeField\":\"" + time + "\",\"cyclicFieldList\":[" + cyclic +
+         "],\"interpolation\":{\"method\":\"LINT\"}}";
 }
+const std::string kDateSettings = Settings("\"region\"", "day", "");
 
-// The engine's layout: a coded field per dimension with its base, and the metric names as labels.
-Members ModelMembers(const std::string& settings, const std::vector<std::string>& metrics) {
-  std::string model =
-      "<StatXML><DataModel><Field name=\"region\" storage=\"integer\" base=\"$base_region\">"
-      "<Category value=\"1\" code=\"1\" label=\"E\"/></Field><Field name=\"$base_region\" "
-      "storage=\"string\"><Category value=\"E\" code=\"1\" label=\"E\"/></Field>"
-      "<Field name=\"metricField\" storage=\"integer\">";
-  for (std::size_t i = 0; i < metrics.size(); ++i) {
-    const std::string code = std::to_string(i + 1);
-    model += "<Category value=\"" + code + "\" code=\"" + code + "\" label=\"" + metrics[i] + "\"/>";
+// Dictionary: 0 region, 1 day, 2 sales, 3 price, 4 cost, 5 stamp, 6 year, 7 month; daily rows
+// for two regions when `cases` is given.
+std::shared_ptr<host::Dataset> Shop(int cases = 0) {
+  auto data = tcm_test::MakeDataset({{"region", 8, "A8"}, {"day", 0, "DATE11"}, {"sales"},
+                                     {"price"}, {"cost"}, {"stamp", 20, "A20"},
+                                     {"year", 0, "F4.0"}, {"month", 0, "F2.0"}},
+                                    cases);
+  const double start = static_cast<double>(support::DaysFromCivil(2020, 1, 1)) * 86400.0;
+  for (int i = 0; i < cases; ++i) {
+    data->SetText(i, 0, i % 2 == 0 ? "E" : "W");
+    data->SetNumber(i, 1, start + (i / 2) * 86400.0);
+    data->SetNumber(i, 2, 100 + i);
+    data->SetNumber(i, 3, 10 + i % 7);
   }
-  model += "</Field></DataModel><Parameter name=\"maxLag\"/></StatXML>";
-  return {{"StatXML.xml", model},
-          {"TCMGraph.json", "{\"targets\":[]}"},
-          {"TSDPOutput.json", "{\"settings\":" + settings + ",\"output\":{}}"}};
+  return data;
 }
 
-const std::string kDateSettings = Settings("\"region\"", "\"sales\",\"price\"", "day", "");
-
-// Dictionary: 0 region, 1 day, 2 sales, 3 price, 4 cost, 5 note, 6 stamp, 7 year, 8 month.
-std::shared_ptr<host::Dataset> Shop() {
-  return tcm_test::MakeDataset({{"region", 8, "A8"},
-                                {"day", 0, "DATE11"},
-                                {"sales"},
-                                {"price"},
-                                {"cost"},
-                                {"note", 8, "A8"},
-                                {"stamp", 20, "A20"},
-                                {"year", 0, "F4.0"},
-                                {"month", 0, "F2.0"}});
-}
-
-class ApplyParser : public ::testing::Test {
+class ApplyTest : public ::testing::Test, protected tcm_test::RunFrame {
  protected:
   static void SetUpTestSuite() {
-    auto dir = support::TempDir::Create("apply_parser");
+    auto dir = support::TempDir::Create("apply");
     ASSERT_TRUE(dir.ok());
-    dir_.emplace(std::move(*dir));
-    const std::vector<std::string> both{"sales", "price"};
-    Write("date", ModelMembers(kDateSettings, both));
-    Write("iso", ModelMembers(Settings("\"region\"", "\"sales\"", "stamp", ""), both));
-    Write("cyclic", ModelMembers(Settings("\"\"", "\"sales\"", "", "\"year\",\"month\""), both));
-    Write("dated", ModelMembers(Settings("\"\"", "\"sales\"", "", "\"YEAR_\",\"MONTH_\""), both));
-    Write("cases", ModelMembers(Settings("\"\"", "\"sales\"", "", "\"$casecount\""), both));
-    Write("other", ModelMembers(Settings("\"store\"", "\"sales\"", "day", ""), both));
-    Write("damaged", ModelMembers("[1]", both));
-    Members graphless = ModelMembers(kDateSettings, both);
-    graphless.erase("TCMGraph.json");
-    Write("graphless", graphless);
+    dir_.emplace(std::move(dir.value()));
+    Write("date", kDateSettings);
+    Write("iso", Settings("\"region\"", "stamp", ""));
+    Write("cyclic", Settings("\"\"", "", "\"year\",\"month\""));
+    Write("dated", Settings("\"\"", "", "\"YEAR_\",\"MONTH_\""));
+    Write("cases", Settings("\"\"", "", "\"$casecount\""));
+    Write("other", Settings("\"store\"", "day", ""));
+    Write("damaged", "[1]");
+    Write("graphless", kDateSettings, false);
     std::ofstream(Path("text")) << "not an archive";
   }
   static void TearDownTestSuite() { dir_.reset(); }
 
   static std::string Path(const std::string& name) { return (dir_->path() / name).string(); }
-  static void Write(const std::string& name, const Members& members) {
+  // The engine's layout, with the metric names as labels of metricField's codes.
+  static void Write(const std::string& name, const std::string& settings, bool graph = true) {
     support::ZipArchiveWriter writer;
-    for (const auto& [member, text] : members) ASSERT_TRUE(writer.AddText(member, text).ok());
+    ASSERT_TRUE(writer
+                    .AddText("StatXML.xml",
+                             "<StatXML><DataModel><Field name=\"metricField\" storage=\"integer\">"
+                             "<Category value=\"1\" code=\"1\" label=\"sales\"/><Category "
+                             "value=\"2\" code=\"2\" label=\"price\"/></Field></DataModel></StatXML>")
+                    .ok());
+    if (graph) {
+      ASSERT_TRUE(writer.AddText("TCMGraph.json", "{}").ok());
+    }
+    ASSERT_TRUE(writer.AddText("TSDPOutput.json", "{\"settings\":" + settings + "}").ok());
     ASSERT_TRUE(writer.WriteTo(Path(name)).ok());
   }
-  // TCM APPLY on the model `name` with the rest of the command.
   static Result Apply(const std::string& name, const std::string& rest,
                       std::shared_ptr<host::Dataset> dataset = Shop()) {
     return tcm_test::Parse<TCMApplySpec, TCMApplyParser>(
@@ -95,15 +89,44 @@ class ApplyParser : public ::testing::Test {
         "TCM APPLY", "Temporal Causal Model Forecasting");
   }
 
+  // Reads the command on the date model over daily data, converts them and runs the data check;
+  // once per test.
+  bool Check(const std::string& rest) {
+    session_.document = &document_;
+    session_.active_dataset = Shop(40);
+    scope_ = std::make_unique<host::SessionScope>(session_);
+    CFAppHost::getInstance().setLocale("en_US");
+    const Result parsed = Apply("date", rest, session_.active_dataset);
+    EXPECT_TRUE(parsed.ok) << parsed.Describe();
+    spec_ = parsed.spec;
+    Open(session_.active_dataset, parsed.used, "Temporal Causal Model Forecasting");
+    context_.emplace();
+    tsdp_.emplace(spec_, *runner_, *iterator_, spec_.modelSettingsJson.c_str());
+    EXPECT_TRUE(tsdp_->ConvertTimeStrings());
+    return CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_->GetParserMessage(),
+                             nullptr);
+  }
+  // How often the check raised that message (with these arguments, when given).
+  int Raised(const std::string& source, const std::vector<std::string>& args = {}) {
+    int count = 0;
+    for (const auto& message : context_->GetParserMessage().Raised()) {
+      count += message.source == source && (args.empty() || message.args == args);
+    }
+    return count;
+  }
+
   static std::optional<support::TempDir> dir_;
+  TCMApplySpec spec_;
+  std::optional<CommandContext> context_;
+  std::optional<TSDPRunner> tsdp_;
 };
-std::optional<support::TempDir> ApplyParser::dir_;
+std::optional<support::TempDir> ApplyTest::dir_;
 
 std::string Times(const std::string& qualifiers) {
   return "/OPTIONS ESTIMATIONPERIOD=TIMES(" + qualifiers + ") ";
 }
 
-TEST_F(ApplyParser, FaultsEndTheReadingWithTheirMessage) {
+TEST_F(ApplyTest, FaultsEndTheReadingWithTheirMessage) {
   struct Case {
     std::string model;
     std::string rest;
@@ -140,135 +163,100 @@ TEST_F(ApplyParser, FaultsEndTheReadingWithTheirMessage) {
     const Result r = Apply(c.model, c.rest);
     EXPECT_FALSE(r.ok) << c.model << " " << c.rest;
     EXPECT_TRUE(r.Has(c.source, c.args)) << c.model << " " << c.rest << ": " << r.Describe();
-    // The first fault ends the walk: one error, whatever comes after it.
+    // The first fault ends the walk: nothing is reported after it.
     EXPECT_EQ(r.messages.size(), 1u) << c.model << " " << c.rest << ": " << r.Describe();
   }
 }
 
-TEST_F(ApplyParser, DefaultsAndWhatTheModelSystemGives) {
+TEST_F(ApplyTest, WhatTheModelSystemGives) {
   const Result r = Apply("date", "");
   ASSERT_TRUE(r.ok) << r.Describe();
-  const TCMApplySpec& s = r.spec;
-  EXPECT_EQ(s.inputModelPath, Path("date"));
-  EXPECT_EQ(s.modelSettingsJson, kDateSettings);
-  ASSERT_EQ(s.dimensions.size(), 1u);
-  EXPECT_EQ(s.dimensions[0].GetName(), "region");
-  EXPECT_EQ(s.timeType, "DATETIMEVAR");
-  EXPECT_EQ(s.timeVars.timeVar, "day");
+  EXPECT_EQ(r.spec.modelSettingsJson, kDateSettings);
+  ASSERT_EQ(r.spec.dimensions.size(), 1u);
+  EXPECT_EQ(r.spec.dimensions[0].GetName(), "region");
+  EXPECT_EQ(r.spec.timeType, "DATETIMEVAR");
+  EXPECT_EQ(r.spec.timeVars.timeVar, "day");
   EXPECT_EQ(r.used, (std::vector<int32_t>{0, 1, 2, 3}));
-  const BuildOptionsSpec& o = s.buildOptions;
-  EXPECT_EQ(o.estimationPeriod, "MODEL");
-  EXPECT_FALSE(o.reestimate);
-  EXPECT_EQ(o.observationOffset, 0);
-  EXPECT_EQ(o.observationNumber, 1000);
-  EXPECT_EQ(o.forecastPeriods, 0);
-  EXPECT_EQ(o.outlierThreshold, 95);
-  EXPECT_DOUBLE_EQ(o.ciLevel, 95.0);
-  EXPECT_EQ(o.dateFormat, -1);
-  EXPECT_EQ(s.targetFilter.display, "BESTFIT");
-  EXPECT_EQ(s.targetFilter.n, 10);
-  EXPECT_TRUE(s.targetFilter.useN);
-  EXPECT_EQ(s.modelFit, std::vector<std::string>{"RMSPE"});
-  EXPECT_TRUE(s.transformations);
-  EXPECT_FALSE(s.outlierPlot);
-  EXPECT_TRUE(s.filteredOutputs.empty());
-  EXPECT_TRUE(s.modelSystemPath.empty());
-  EXPECT_EQ(s.password, "NONE");
+  EXPECT_EQ(r.spec.buildOptions.estimationPeriod, "MODEL");
+  EXPECT_TRUE(r.spec.modelSystemPath.empty());
 
-  // The time type by the saved time field or cycle fields, and by the dataset's date variables.
   struct Case {
     std::string model;
-    bool dated;
     std::string timeType;
     std::string timeVar;
     std::string periodVar;
     std::vector<std::string> cycles;
   };
   const std::vector<Case> kinds = {
-      {"iso", false, "ISO8601", "stamp", "", {}},
-      {"cases", false, "NONE", "", "$casecount", {}},
-      {"cyclic", false, "CYCLICPERIODS", "", "month", {"year"}},
-      {"dated", true, "DATESPEC", "", "MONTH_", {"YEAR_"}},
+      {"iso", "ISO8601", "stamp", "", {}},
+      {"cases", "NONE", "", "$casecount", {}},
+      {"cyclic", "CYCLICPERIODS", "", "month", {"year"}},
+      {"dated", "DATESPEC", "", "MONTH_", {"YEAR_"}},
   };
   for (const Case& c : kinds) {
-    const Result k = Apply(c.model, "", c.dated ? tcm_test::WithMonthlyDates(Shop()) : Shop());
+    const Result k =
+        Apply(c.model, "", c.model == "dated" ? tcm_test::WithMonthlyDates(Shop()) : Shop());
     ASSERT_TRUE(k.ok) << c.model << ": " << k.Describe();
     EXPECT_EQ(k.spec.timeType, c.timeType) << c.model;
     EXPECT_EQ(k.spec.timeVars.timeVar, c.timeVar) << c.model;
     EXPECT_EQ(k.spec.timeVars.periodVar, c.periodVar) << c.model;
     std::vector<std::string> cycles;
-    for (const CycleVariable& cycle : k.spec.timeVars.cycleVars) {
-      cycles.push_back(cycle.name);
-      EXPECT_EQ(cycle.length, 1) << c.model;
-    }
+    for (const CycleVariable& cycle : k.spec.timeVars.cycleVars) cycles.push_back(cycle.name);
     EXPECT_EQ(cycles, c.cycles) << c.model;
-    EXPECT_EQ(k.spec.dimensions.empty(), c.model != "iso") << c.model;
   }
 }
 
-TEST_F(ApplyParser, AWholeCommandInAnyOrder) {
-  const std::string data = Path("scored.csv");
+TEST_F(ApplyTest, AWholeCommandInAnyOrder) {
   const std::string out = Path("updated.zip");
   const Result r = Apply(
-      "date", "/OUTFILE MODELSYSTEM='" + out + "' DATA='" + data +
-                  "' /PASSPROTECT PASSWORD='secret' /SAVE PREDICTED(Fit) /SYSTEMOUTPUT "
-                  "MODELFIT=RMSE AIC /FILTEREDOUTPUT INCLUDE=TARGETS /SERIESFILTER FIELDS=price "
-                  "TO sales DIMVALUES=region(INCLUDE=E) /TARGETFILTER DISPLAY=ALLTARGETS "
-                  "/OPTIONS REESTIMATE=YES FORECASTPERIODS=6 CILEVEL=90 OUTLIERTHRESH=99 "
+      "date", "/OUTFILE MODELSYSTEM='" + out + "' DATA='" + Path("scored.csv") +
+                  "' /PASSPROTECT PASSWORD='secret' /SYSTEMOUTPUT MODELFIT=NONE RMSE "
+                  "OUTLIERPLOT=YES /SERIESFILTER FIELDS=price TO sales DIMVALUES=region(INCLUDE=E) "
+                  "/OPTIONS REESTIMATE=YES FORECASTPERIODS=6 OUTLIERTHRESH=99 "
                   "ESTIMATIONPERIOD=TIMES(END='2015-06-30' FORMAT=ISO8601)");
   ASSERT_TRUE(r.ok) << r.Describe();
-  const TCMApplySpec& s = r.spec;
-  EXPECT_TRUE(s.buildOptions.reestimate);
-  EXPECT_EQ(s.buildOptions.estimationPeriod, "TIMES");
-  EXPECT_EQ(s.buildOptions.startTime, 0);  // an end alone passes
-  EXPECT_NE(s.buildOptions.endTime, 0);
-  EXPECT_EQ(s.buildOptions.forecastPeriods, 6);
-  EXPECT_DOUBLE_EQ(s.buildOptions.ciLevel, 90.0);
-  EXPECT_EQ(s.buildOptions.outlierThreshold, 99);
-  EXPECT_EQ(s.targetFilter.display, "ALLTARGETS");
-  ASSERT_EQ(s.seriesFilters.size(), 1u);
-  // A range written backwards takes both ends.
-  ASSERT_EQ(s.seriesFilters[0].fields.size(), 2u);
-  ASSERT_EQ(s.seriesFilters[0].filters.size(), 1u);
-  EXPECT_EQ(s.seriesFilters[0].filters[0].values, std::vector<std::string>{"E"});
-  ASSERT_EQ(s.filteredOutputs.size(), 1u);
-  EXPECT_EQ(s.filteredOutputs[0].include, "TARGETS");
-  EXPECT_EQ(s.modelFit, (std::vector<std::string>{"RMSE", "AIC"}));
-  ASSERT_EQ(s.saveEntries.size(), 1u);
-  EXPECT_EQ(s.saveEntries[0].rootName, "Fit");
-  EXPECT_EQ(s.modelSystemPath, out);
-  EXPECT_EQ(s.password, "secret");
-  EXPECT_TRUE(s.outData.IsFile());
-
-  // Periods on a model with one cycle field: two integers at each end, not ordered here.
-  const Result periods = Apply("cyclic", Times("START=2016 1 END=2015 12"));
-  ASSERT_TRUE(periods.ok) << periods.Describe();
-  EXPECT_EQ(periods.spec.buildOptions.startPeriods, (std::vector<int32_t>{2016, 1}));
-  EXPECT_EQ(periods.spec.buildOptions.endPeriods, (std::vector<int32_t>{2015, 12}));
-
-  const Result window =
-      Apply("date", "/OPTIONS ESTIMATIONPERIOD=OBSERVATIONS(TYPE=oldest OFFSET=2 NUMBER=50)");
-  ASSERT_TRUE(window.ok) << window.Describe();
-  EXPECT_EQ(window.spec.buildOptions.estimationPeriod, "OBSERVATIONS");
-  EXPECT_EQ(window.spec.buildOptions.observationType, "OLDEST");
-  EXPECT_EQ(window.spec.buildOptions.observationOffset, 2);
-  EXPECT_EQ(window.spec.buildOptions.observationNumber, 50);
-}
-
-TEST_F(ApplyParser, ModelFitNoneWithOthersIsReportedAndReadingGoesOn) {
-  const Result r = Apply("date", "/SYSTEMOUTPUT MODELFIT=NONE RMSE OUTLIERPLOT=YES /SAVE PREDICTED");
-  EXPECT_TRUE(r.ok) << r.Describe();
+  // NONE with others is reported, and reading goes on.
   EXPECT_TRUE(r.Has("ParamExclAnyOther", {"NONE", "MODELFIT"})) << r.Describe();
   EXPECT_TRUE(r.spec.outlierPlot);
-  EXPECT_EQ(r.spec.saveEntries.size(), 1u);
-}
+  EXPECT_TRUE(r.spec.buildOptions.reestimate);
+  EXPECT_EQ(r.spec.buildOptions.startTime, 0);  // an end alone passes
+  EXPECT_NE(r.spec.buildOptions.endTime, 0);
+  EXPECT_EQ(r.spec.buildOptions.outlierThreshold, 99);
+  ASSERT_EQ(r.spec.seriesFilters.size(), 1u);
+  EXPECT_EQ(r.spec.seriesFilters[0].fields.size(), 2u);  // a range written backwards
+  EXPECT_EQ(r.spec.modelSystemPath, out);
+  EXPECT_TRUE(r.spec.outData.IsFile());
 
-TEST_F(ApplyParser, WhereTheModelSystemGoes) {
-  const std::string data = "/OUTFILE DATA='" + Path("d.csv") + "'";
+  // Two integers at each end on a model with one cycle field, not ordered here.
+  const Result periods = Apply("cyclic", Times("START=2016 1 END=2015 12"));
+  ASSERT_TRUE(periods.ok) << periods.Describe();
+  EXPECT_EQ(periods.spec.buildOptions.endPeriods, (std::vector<int32_t>{2015, 12}));
+
   // Without re-estimation the model read is the run's; with it, only OUTFILE names one.
+  const std::string data = "/OUTFILE DATA='" + Path("d.csv") + "'";
   EXPECT_EQ(Apply("date", data).spec.modelSystemPath, Path("date"));
   EXPECT_TRUE(Apply("date", "/OPTIONS REESTIMATE=YES " + data).spec.modelSystemPath.empty());
-  EXPECT_TRUE(Apply("date", "").spec.modelSystemPath.empty());
+}
+
+// The data check: one run each, over daily data for two regions.
+TEST_F(ApplyTest, DataCheckFindsTheIntervalAndSettlesSeriesFilters) {
+  ASSERT_TRUE(Check("/SERIESFILTER FIELDS=sales DIMVALUES=region(INCLUDE=E)"));
+  EXPECT_EQ(spec_.inputInterval.interval, TimeIntervalKind::DAY);
+  EXPECT_EQ(Raised("NO_RCA_KEY"), 0);
+}
+
+TEST_F(ApplyTest, DataCheckRefusesAValueTheDataLack) {
+  EXPECT_FALSE(Check("/SERIESFILTER FIELDS=sales /SERIESFILTER FIELDS=sales "
+                     "DIMVALUES=region(INCLUDE=North)"));
+  EXPECT_EQ(Raised("INVALID_DIM_VAL_KEY", {"SERIESFILTER 1", "North", "region"}), 1);
+}
+
+TEST_F(ApplyTest, DataCheckWarnsOfRootCausesWithoutSeriesFilter) {
+  // Only the record that includes series warns; the check still passes.
+  EXPECT_TRUE(Check("/FILTEREDOUTPUT INCLUDE=SERIES OUTLIER_ROOTCAUSES=YES "
+                    "/FILTEREDOUTPUT INCLUDE=TARGETS OUTLIER_ROOTCAUSES=YES"));
+  EXPECT_EQ(spec_.filteredOutputs.size(), 2u);
+  EXPECT_EQ(Raised("NO_RCA_KEY"), 1);
 }
 
 }  // namespace
