@@ -30,11 +30,15 @@ build: configure
 test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
+# The model system built on two years, then applied to the same days and three more months.
 demo: build
 	@mkdir -p $(BUILD_DIR)/demo
 	@$(TCM) run $(EXAMPLE)/retail.tcm --data $(EXAMPLE)/sales.csv \
-	  --out $(BUILD_DIR)/demo/report.html --json $(BUILD_DIR)/demo/report.json; \
-	  status=$$?; echo "Report: $(abspath $(BUILD_DIR))/demo/report.html"; exit $$status
+	  --out $(BUILD_DIR)/demo/report.html --json $(BUILD_DIR)/demo/report.json && \
+	  echo "Report: $(abspath $(BUILD_DIR))/demo/report.html" && \
+	  $(TCM) run $(EXAMPLE)/apply.tcm --data $(EXAMPLE)/sales_2025q1.csv \
+	  --out $(BUILD_DIR)/demo/apply.html && \
+	  echo "Report of TCM APPLY: $(abspath $(BUILD_DIR))/demo/apply.html"
 
 bench: build
 	@for b in $(BUILD_DIR)/bench/bench_*; do [ -x "$$b" ] && "$$b"; done
