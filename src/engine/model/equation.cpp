@@ -289,9 +289,12 @@ support::Result<Equation> FitEquation(const LaggedDesign& design, std::size_t ta
   double percent_sum = 0;
   std::size_t percent_count = 0;
   const auto y_centred = design.centred().col(y);
+  // An observed zero can come back from the centred column as a rounding residue (1e-16, not
+  // 0), which would blow the percentage up to 1e16: zero is anything within rounding of it.
+  const double zero = 1e-9 * std::max({1.0, std::abs(mean_y), std::abs(scale_y)});
   for (Eigen::Index t = 0; t < static_cast<Eigen::Index>(n); ++t) {
     const double value = y_centred(t) * scale_y + mean_y;
-    if (value == 0)
+    if (std::abs(value) <= zero)
       continue;
     const double percent = 100.0 * residual(t) * scale_y / value;
     percent_sum += percent * percent;
