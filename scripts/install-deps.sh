@@ -16,7 +16,7 @@ done
 # is skipped, so a failed install only says so.
 browser=()
 if [ "${TCM_WITH_BROWSER:-0}" = 1 ]; then
-  for p in chromium chromium-driver; do
+  for p in chromium chromium-driver python3-selenium; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || browser+=("$p")
   done
 fi
