@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 
 #include "host/messages/fac_st_dictionary.h"
 
@@ -156,33 +157,42 @@ std::vector<std::string> DistinguishingTitles(const std::vector<std::string> &ti
     return words;
   };
   std::vector<std::vector<std::string>> split;
-  for (const auto &title : titles)
+  std::map<std::size_t, std::size_t> shapes;  // titles by their count of words
+  for (const auto &title : titles) {
     split.push_back(words_of(title));
-  if (titles.size() < 3)
-    return titles;
-  for (const auto &words : split) {
-    if (words.size() != split[0].size())
-      return titles;
+    ++shapes[split.back().size()];
   }
-  std::vector<bool> shared(split[0].size(), true);
-  for (const auto &words : split) {
-    for (std::size_t w = 0; w < words.size(); ++w)
-      shared[w] = shared[w] && words[w] == split[0][w];
-  }
-  std::vector<std::string> shown;
-  for (const auto &words : split) {
-    std::string text;
-    for (std::size_t w = 0; w < words.size(); ++w) {
-      if (shared[w])
+  std::vector<std::string> shown = titles;
+  for (const auto &[count, members] : shapes) {
+    if (members < 3)
+      continue;
+    std::vector<bool> shared(count, true);
+    const std::vector<std::string> *first = nullptr;
+    for (const auto &words : split) {
+      if (words.size() != count)
         continue;
-      std::size_t start = 0;
-      while (start < words[w].size() && !IsWordByte(words[w][start]))
-        ++start;
-      if (!text.empty())
-        text += " \u00B7 ";
-      text += words[w].substr(start);
+      if (first == nullptr)
+        first = &words;
+      for (std::size_t w = 0; w < count; ++w)
+        shared[w] = shared[w] && words[w] == (*first)[w];
     }
-    shown.push_back(text.empty() ? titles[shown.size()] : text);
+    for (std::size_t t = 0; t < titles.size(); ++t) {
+      if (split[t].size() != count)
+        continue;
+      std::string text;
+      for (std::size_t w = 0; w < count; ++w) {
+        if (shared[w])
+          continue;
+        std::size_t start = 0;
+        while (start < split[t][w].size() && !IsWordByte(split[t][w][start]))
+          ++start;
+        if (!text.empty())
+          text += " \u00B7 ";
+        text += split[t][w].substr(start);
+      }
+      if (!text.empty())
+        shown[t] = text;
+    }
   }
   return shown;
 }

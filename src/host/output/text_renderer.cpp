@@ -94,55 +94,70 @@ struct BoxCell {
   Align align = Align::Left;
 };
 
-// `text` cut into pieces of at most `width` columns, at spaces (or after "-", ":", "/") where it
-// can be; a word longer than the width is cut between characters. Never empty.
+// `text` split after each of `breaks`: the pieces a line may end with.
+std::vector<std::string> PiecesOf(const std::string &text, const char *breaks) {
+  std::vector<std::string> pieces;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t stop = text.find_first_of(breaks, at);
+    const std::size_t end = stop == std::string::npos ? text.size() : stop + 1;
+    pieces.push_back(text.substr(at, end - at));
+    at = end;
+  }
+  return pieces;
+}
+
+// `text` cut into lines of at most `width` columns at spaces; a word longer than a line is cut
+// after "-", ":" or "/" (where names break well), and failing that between characters.
 std::vector<std::string> Wrap(const std::string &text, std::size_t width) {
   if (width == 0 || DisplayWidth(text) <= width)
     return {text};
-  std::vector<std::string> pieces;
+  std::vector<std::string> lines;
   std::string line;
   std::size_t used = 0;
   const auto flush = [&] {
     while (!line.empty() && line.back() == ' ')
       line.pop_back();
-    pieces.push_back(line);
+    lines.push_back(line);
     line.clear();
     used = 0;
   };
-  std::size_t at = 0;
-  while (at < text.size()) {
-    // A piece ends after a space, or after a character a name breaks well at ("a-b:c/d").
-    const std::size_t space = text.find_first_of(" -:/", at);
-    const std::size_t end = space == std::string::npos ? text.size() : space + 1;
-    const std::string word = text.substr(at, end - at);
-    const std::size_t word_width = DisplayWidth(word);
+  const auto place = [&](const std::string &piece, auto &self, int level) -> void {
+    const std::size_t piece_width = DisplayWidth(piece);
     // A trailing space may hang over the edge.
-    const std::size_t fit = word.back() == ' ' ? word_width - 1 : word_width;
+    const std::size_t fit = !piece.empty() && piece.back() == ' ' ? piece_width - 1 : piece_width;
     if (used + fit <= width) {
-      line += word;
-      used += word_width;
-    } else if (fit <= width) {
-      flush();
-      line = word;
-      used = word_width;
-    } else {
-      for (std::size_t c = 0; c < word.size();) {
-        std::size_t next = c;
-        NextCodePoint(word, next);
-        const std::string point = word.substr(c, next - c);
-        const std::size_t point_width = DisplayWidth(point);
-        if (used + point_width > width && used > 0)
-          flush();
-        line += point;
-        used += point_width;
-        c = next;
-      }
+      line += piece;
+      used += piece_width;
+      return;
     }
-    at = end;
-  }
-  if (!line.empty() || pieces.empty())
+    if (fit <= width) {
+      flush();
+      line = piece;
+      used = piece_width;
+      return;
+    }
+    if (level == 0) {
+      for (const auto &part : PiecesOf(piece, "-:/"))
+        self(part, self, 1);
+      return;
+    }
+    for (std::size_t c = 0; c < piece.size();) {
+      std::size_t next = c;
+      NextCodePoint(piece, next);
+      const std::string point = piece.substr(c, next - c);
+      const std::size_t point_width = DisplayWidth(point);
+      if (used + point_width > width && used > 0)
+        flush();
+      line += point;
+      used += point_width;
+      c = next;
+    }
+  };
+  for (const auto &word : PiecesOf(text, " "))
+    place(word, place, 0);
+  if (!line.empty() || lines.empty())
     flush();
-  return pieces;
+  return lines;
 }
 
 // The lines of a cell rewrapped to `width`.
@@ -345,6 +360,30 @@ void TextWriter::TableObject(const OutputNode &node, std::size_t indent) {
     }
     if (wrapped)
       measure();
+  }
+
+  // A header wider than its column's values wraps at its spaces first ("Normalized BIC").
+  const auto total = [&] {
+    std::size_t sum = 1;
+    for (const std::size_t w : widths)
+      sum += box_width(w);
+    return sum;
+  };
+  if (room > 0 && body_start > 0 && total() > room) {
+    for (std::size_t c = row_header ? 1 : 0; c < width_count; ++c) {
+      std::size_t values = 0, longest_word = 0;
+      for (std::size_t r = body_start; r < grid.size(); ++r) {
+        for (const auto &text : grid[r][c].lines)
+          values = std::max(values, DisplayWidth(text));
+      }
+      for (const auto &text : grid[0][c].lines) {
+        for (const auto &word : PiecesOf(text, " "))
+          longest_word = std::max(longest_word, DisplayWidth(word) - (word.back() == ' ' ? 1 : 0));
+      }
+      if (widths[c] > std::max(values, longest_word))
+        WrapCell(grid[0][c], std::max(values, longest_word));
+    }
+    measure();
   }
 
   // Column panels: the row labels, then as many data columns as fit (at least one).

@@ -42,7 +42,10 @@
     var target = document.getElementById(id);
     if (!target) return false;
     reveal(target);
-    target.scrollIntoView();
+    // At once, not smoothly: links under captions appear as figures come into view and would
+    // move the target while a smooth scroll runs.
+    target.scrollIntoView({ behavior: "instant" });
+    window.requestAnimationFrame(function () { target.scrollIntoView({ behavior: "instant" }); });
     return true;
   }
   document.addEventListener("click", function (event) {
