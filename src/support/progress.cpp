@@ -55,7 +55,8 @@ void Draw(ProgressState& state) {
     line += " " + std::to_string(done) + "/" + std::to_string(total) + " (" +
             std::to_string(done * 100 / total) + "%)";
   }
-  line += "\xE2\x80\xA6";  // an ellipsis: the stage goes on
+  if (!state.label.empty() && state.label.back() != '.')
+    line += "\xE2\x80\xA6";  // an ellipsis: the stage goes on
   // A line longer than the terminal would wrap and leave its first part behind.
   struct winsize size {};
   if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 8 &&
