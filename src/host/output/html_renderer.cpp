@@ -238,7 +238,7 @@ void HtmlWriter::Container(const OutputNode &node, int depth) {
 void HtmlWriter::Children(const OutputNode &node, int depth) {
   std::vector<std::string> titles;
   for (const auto &child : node.children)
-    titles.push_back(child->title);
+    titles.push_back(IsObject(*child) ? child->title : std::string());
   const std::vector<std::string> shown = DistinguishingTitles(titles);
   std::vector<std::string> run_notes;
   std::vector<const OutputNode *> run_figures;
@@ -525,7 +525,7 @@ void HtmlWriter::Summary() {
     std::string problem;
     ReadSystemGraph(index_.top_graph->payload, graph, problem);
     std::string figure = RenderSystemGraphHtml(graph);
-    body += "<figure class=\"object chart-object interactive summary-graph\"><figcaption "
+    body += "<figure class=\"object summary-graph\"><figcaption "
             "class=\"object-title\">" +
             Link(*index_.top_graph, index_.top_graph->title) + "</figcaption>" + figure +
             "</figure>";

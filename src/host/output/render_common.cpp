@@ -176,6 +176,8 @@ std::vector<std::string> DistinguishingTitles(const std::vector<std::string> &ti
       for (std::size_t w = 0; w < count; ++w)
         shared[w] = shared[w] && words[w] == (*first)[w];
     }
+    if (std::find(shared.begin(), shared.end(), true) == shared.end())
+      continue;  // titles alike in shape only: nothing to leave out
     for (std::size_t t = 0; t < titles.size(); ++t) {
       if (split[t].size() != count)
         continue;

@@ -40,7 +40,8 @@ TextRun AlikeTexts(const std::vector<std::unique_ptr<OutputNode>> &siblings, std
 // How the contents show the titles of sibling objects: words every title has at the same place
 // ("product", "region" of "visits-product:A-region:North") are left out, so the part that tells
 // them apart comes first ("visits \u00B7 A \u00B7 North"). Titles are compared with those of
-// the same count of words; a title is kept whole when fewer than three have its shape.
+// the same count of words; a title is kept whole when fewer than three have its shape, or when
+// they share no word.
 std::vector<std::string> DistinguishingTitles(const std::vector<std::string> &titles);
 
 } // namespace host

@@ -369,6 +369,8 @@ TEST(Contents, EntriesShowTheDistinguishingPartFirst) {
       {{"Overall Model System: a-x:1", "Overall Model System: b-x:2", "Overall Model System: c-x:3"},
        {"a \u00B7 1", "b \u00B7 2", "c \u00B7 3"}},
       {{"a-x:1", "b-x:2"}, {"a-x:1", "b-x:2"}},                      // too few to tell a pattern
+      {{"Tests of Model Effects", "Observed and Predicted Series", "Overall Model Quality - RMSPE"},
+       {"Tests of Model Effects", "Observed and Predicted Series", "Overall Model Quality - RMSPE"}},
       {{"Top", "a-x:1", "b-x:2", "North-East-x:3", "c-x:4"},  // shapes apart
        {"Top", "a \u00B7 1", "b \u00B7 2", "North-East-x:3", "c \u00B7 4"}},
   };
