@@ -374,8 +374,8 @@ void HtmlWriter::TextObject(const OutputNode &node, const std::vector<const Outp
   body += "</figure>";
 }
 
-// The figure's notes (<p class="figure-note">) are taken out of it: the caller draws them
-// below the figure, once for a run of figures that share them.
+// The note that ends a figure (<p class="figure-note">, the model file) is taken out of it: the
+// caller draws it below the figure, once for a run of figures that share it.
 std::string HtmlWriter::ChartObject(const OutputNode &node, std::vector<std::string> &notes) {
   const std::string &id = IdOf(node);
   const bool interactive = node.kind == NodeKind::Interactive;
@@ -402,13 +402,22 @@ std::string HtmlWriter::ChartObject(const OutputNode &node, std::vector<std::str
   } else {
     figure = "<p class=\"unavailable\">" + Escape(Word("Output.UnknownChart")) + "</p>";
   }
+  // Only the note that ends the figure (nothing but closing tags after it) is the figure's own;
+  // notes inside its panels stay where they are.
   static const std::string kOpen = "<p class=\"figure-note\">";
-  for (std::size_t at; (at = figure.find(kOpen)) != std::string::npos;) {
-    const std::size_t close = figure.find("</p>", at);
-    if (close == std::string::npos)
-      break;
-    notes.push_back(figure.substr(at, close + 4 - at));
-    figure.erase(at, close + 4 - at);
+  const std::size_t at = figure.rfind(kOpen);
+  const std::size_t close = at == std::string::npos ? at : figure.find("</p>", at);
+  if (close != std::string::npos) {
+    bool last = true;
+    for (std::size_t k = close + 4; k < figure.size() && last;) {
+      const std::size_t end = figure.find('>', k);
+      last = figure.compare(k, 2, "</") == 0 && end != std::string::npos;
+      k = end == std::string::npos ? figure.size() : end + 1;
+    }
+    if (last) {
+      notes.push_back(figure.substr(at, close + 4 - at));
+      figure.erase(at, close + 4 - at);
+    }
   }
   return html + figure + "</figure>";
 }
