@@ -61,7 +61,7 @@ struct DocumentIndex {
   std::unordered_map<const OutputNode *, std::string> ids;
   std::unordered_map<const OutputNode *, std::size_t> series_of;  // index into `series`
   std::vector<std::string> series;  // names that title objects under two or more headings
-  std::unordered_map<std::string, const OutputNode *> first_chart_of;  // by series name
+  std::unordered_map<std::string, const OutputNode *> first_chart_of;  // the first chart by title
   std::vector<const OutputNode *> quality;     // distributions of a fit statistic
   const OutputNode *fit_table = nullptr;       // the fit table with the most models
   const OutputNode *top_graph = nullptr;       // the graph of the top models
@@ -86,6 +86,8 @@ void IndexNodes(const OutputNode &node, const OutputNode *parent, DocumentIndex 
   index.ids[&node] = "o" + std::to_string(index.ids.size() + 1);
   if (IsObject(node) && !node.title.empty())
     headings_of_title[node.title].insert(parent);
+  if ((node.kind == NodeKind::Chart || node.kind == NodeKind::Interactive) && !node.title.empty())
+    index.first_chart_of.emplace(node.title, &node);
   Distribution distribution;
   SystemGraph graph;
   std::string problem;
@@ -129,9 +131,6 @@ DocumentIndex IndexDocument(const OutputDocument &document) {
       if (!NamesSeries(node->title, index.series[s]))
         continue;
       index.series_of[node] = s;
-      if ((node->kind == NodeKind::Chart || node->kind == NodeKind::Interactive) &&
-          !index.first_chart_of.count(index.series[s]))
-        index.first_chart_of[index.series[s]] = node;
       break;
     }
   }
