@@ -14,9 +14,11 @@
 #include "host/data/dictionary.h"
 #include "host/frame/command_processor.h"
 #include "host/messages/parser_message.h"
+#include "host/output/text_renderer.h"
 #include "host/session.h"
 #include "support/file_io.h"
 #include "support/interrupt.h"
+#include "support/progress.h"
 #include "support/run_files.h"
 #include "tcm/frame/entries.h"
 
@@ -37,7 +39,16 @@ struct Options {
   std::string save_data;
   std::string trace_dir;
   bool text = false;
+  std::size_t width = 0;  // of the text report; 0: the terminal's, else the renderer's default
 };
+
+// The width of the text report: --width, else the terminal's (when standard output is one), else
+// the renderer's default.
+std::size_t TextWidth(const Options& options) {
+  if (options.width > 0) return options.width;
+  const std::size_t columns = support::TerminalColumns();
+  return columns > 0 ? columns : host::kDefaultTextWidth;
+}
 
 bool Refuse(const Status& status) {
   std::cerr << "Error: " << status.message() << ". Nothing was run.\n";
@@ -112,6 +123,7 @@ int Interrupted() {
 
 int RunCommands(const Options& options, bool check_only) {
   support::InstallInterruptHandlers();
+  support::TerminalProgress progress;
   auto begun = support::RunFiles::Begin();
   if (!begun.ok()) {
     std::cerr << "Error: " << begun.message() << '\n';
@@ -147,9 +159,12 @@ int RunCommands(const Options& options, bool check_only) {
   for (const auto& kept : run.Finished(kKeptFileRole)) {
     document.kept_model_systems.push_back(kept.string());
   }
+  support::ProgressStage("Writing the report");
+  const bool text =
+      options.text || (!check_only && options.html_out.empty() && options.json_out.empty());
   bool wrote = tcm_app::WriteReports(document, options.html_out, options.json_out,
-                                     options.text || (!check_only && options.html_out.empty() &&
-                                                      options.json_out.empty()));
+                                     text ? TextWidth(options) : 0, text);
+  support::ProgressClear();
   if (support::InterruptRequested()) return Interrupted();
   // Everything the run wrote replaces the old files now, together.
   if (Status committed = run.Commit(); !committed) {
@@ -187,6 +202,9 @@ int main(int argc, char** argv) {
   run->add_option("--dictionary", options.dictionary, "Dictionary file (JSON)");
   run->add_option("--out", options.html_out, "Write the report as HTML");
   run->add_flag("--text", options.text, "Print the report as text");
+  run->add_option("--width", options.width,
+                  "Columns of the text report (default: the terminal's, else 100)")
+      ->check(CLI::Range(std::size_t{20}, std::size_t{1000}));
   run->add_option("--json", options.json_out, "Write the report as JSON");
   run->add_option("--save-data", options.save_data, "Save the active dataset at the end (CSV)");
   run->add_option("--trace", options.trace_dir, "Write every flow script and traced JSON here");

@@ -22,10 +22,10 @@ bool WriteOne(const std::string& path, const std::string& content, const char* w
 }  // namespace
 
 bool WriteReports(const host::OutputDocument& document, const std::string& html_path,
-                  const std::string& json_path, bool text) {
+                  const std::string& json_path, std::size_t width, bool text) {
   bool ok = WriteOne(html_path, host::RenderHtml(document), "HTML");
   ok = WriteOne(json_path, host::RenderJsonText(document), "JSON") && ok;
-  if (text) std::cout << host::RenderText(document);
+  if (text) std::cout << host::RenderText(document, width);
   return ok;
 }
 }  // namespace tcm_app

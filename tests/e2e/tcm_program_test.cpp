@@ -36,6 +36,7 @@ TEST_F(TcmProgram, ExitStatusAndMessages) {
       {"describe --data " + Path("nowhere.csv").string(), "", 1, {"nowhere.csv"}, ""},
       {"describe --data " + broken, "", 1, {"broken.csv"}, ""},
       {"run " + Path("absent.tcm").string(), "", 1, {"absent.tcm"}, ""},
+      {"run - --text --width 5", "", 2, {"--width"}, ""},
       {"check " + std::string(TCM_SOURCE_DIR) + "/examples/retail/retail.tcm --data " + kSales,
        "", 0, {}, ""},
       {"check - --data " + kSales + " --json " + messages, "TCM MODEL /BUILDOPTIONS CILEVEL=100.\n",
@@ -213,8 +214,21 @@ FoundGraph ReadGraph(const std::string& text) {
 TEST_F(TcmProgram, RetailModelFindsTheGeneratingGraphAndSavesScoredData) {
   const Outcome outcome = Tcm("run " + std::string(TCM_SOURCE_DIR) +
                               "/examples/retail/retail.tcm --data " + kSales + " --out " +
-                              Path("report.html").string());
+                              Path("report.html").string() + " --text --width 72");
   ASSERT_EQ(outcome.status, 0) << outcome.out;
+  // The text fits 72 columns (box characters are one column each), but for the messages that
+  // standard error echoes; no progress line comes when standard error is no terminal.
+  std::size_t widest = 0;
+  for (std::size_t start = 0, end; (end = outcome.out.find('\n', start)) != std::string::npos;
+       start = end + 1) {
+    const std::string line = outcome.out.substr(start, end - start);
+    if (line.rfind("Warning: ", 0) == 0) continue;
+    widest = std::max<std::size_t>(
+        widest, std::count_if(line.begin(), line.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+  }
+  EXPECT_LE(widest, 72u);
+  EXPECT_EQ(outcome.out.find('\r'), std::string::npos);
+  EXPECT_EQ(outcome.out.find("Building the models"), std::string::npos);
 
   // The preparation: 84 daily series (12 combinations, 7 metrics) on one axis of 731 days,
   // 2023-01-01 to 2024-12-31 as day numbers.

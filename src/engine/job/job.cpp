@@ -9,8 +9,33 @@
 #include "engine/script/parser.h"
 #include "engine/stages/registry.h"
 #include "support/interrupt.h"
+#include "support/progress.h"
 
 namespace engine {
+namespace {
+
+// What a user is told a stage is doing while it runs (the progress line on a terminal).
+std::string StageLabel(const std::string& qualified_name) {
+  static const std::pair<const char*, const char*> kLabels[] = {
+      {"read", "Reading the data"},
+      {"write", "Writing the data"},
+      {"sort", "Sorting the data"},
+      {"reclassifyField", "Preparing the data"},
+      {"tsdp:tsdp", "Preparing the series"},
+      {"rtsdp:rtsdp", "Preparing the series"},
+      {"tsdp:convertor", "Preparing the series"},
+      {"tcm:tcm", "Building the models"},
+      {"tcm:summary", "Summarising the models"},
+      {"tcm:score", "Scoring"},
+      {"tcm:ar", "Scoring"},
+      {"OutputComponent:TCMOutputComponent", "Making the output"}};
+  for (const auto& [name, label] : kLabels) {
+    if (qualified_name == name) return label;
+  }
+  return "Running " + qualified_name;
+}
+
+}  // namespace
 
 Job::Job() = default;
 Job::~Job() = default;
@@ -81,6 +106,7 @@ bool Job::RunStages(std::optional<Table>& table, bool keep_last) {
   for (std::size_t i = 0; i < stages_.size(); ++i) {
     if (support::InterruptRequested()) return messages_.Error(support::kStoppedText);
     context.table_needed_after = keep_last || i + 1 < stages_.size();
+    support::ProgressStage(StageLabel(script_->pipeline[i].QualifiedName()));
     if (!stages_[i]->Run(context, table)) return false;
   }
   return true;

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "engine/model/thread_pool.h"
+#include "support/progress.h"
 
 namespace engine::model {
 
@@ -39,6 +40,7 @@ std::vector<Slot> FitInBatches(std::size_t count, const BuildOptions& options, F
   std::vector<Slot> slots(count);
   const std::size_t per_job = std::max<std::size_t>(options.models_per_job, 1);
   const std::size_t jobs = (count + per_job - 1) / per_job;
+  support::ProgressTotal(count);
   ParallelFor(jobs, options.threads, [&](std::size_t job, unsigned) {
     const std::size_t end = std::min(count, (job + 1) * per_job);
     for (std::size_t index = job * per_job; index < end; ++index) {
@@ -48,6 +50,7 @@ std::vector<Slot> FitInBatches(std::size_t count, const BuildOptions& options, F
       } else {
         slots[index].failure = result.message();
       }
+      support::ProgressStep();
     }
   });
   return slots;

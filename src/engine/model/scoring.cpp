@@ -7,6 +7,7 @@
 #include "engine/model/forecast.h"
 #include "engine/model/model_archive.h"
 #include "engine/model/stage_inputs.h"
+#include "support/progress.h"
 
 namespace engine::model {
 
@@ -64,7 +65,9 @@ std::vector<ResultColumn> ScoreSeries(const ModelSystem& system, const SeriesPan
   if (horizon > 0)
     forecast = ForecastSystem(system, history, horizon);
 
+  support::ProgressTotal(equations.size());
   for (std::size_t e : equations) {
+    support::ProgressStep();
     const Equation& equation = system.equations[e];
     const std::ptrdiff_t column = panel_of_series[equation.series];
     if (column < 0)

@@ -10,6 +10,7 @@
 #include "engine/prep/cells.h"
 #include "engine/prep/time_axis.h"
 #include "engine/series/panel.h"
+#include "support/progress.h"
 #include "support/text.h"
 #include "support/time.h"
 
@@ -157,8 +158,10 @@ bool Prepare(const Table& input, const TsdpOptions& options, const std::string& 
   // Series: missing share, dropping, imputation.
   std::vector<SeriesRecord> records;
   std::size_t drops = 0;
+  support::ProgressTotal(combos * metrics);
   for (std::size_t c = 0; c < combos; ++c) {
     for (std::size_t m = 0; m < metrics; ++m) {
+      support::ProgressStep();
       SeriesRecord record;
       record.combo = c;
       record.metric = m;

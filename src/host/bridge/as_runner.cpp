@@ -1,8 +1,6 @@
 // This file contains the host's connection to the embedded engine.
 #include "host/bridge/as_runner.h"
 
-#include <unistd.h>
-
 #include <exception>
 #include <iostream>
 
@@ -10,6 +8,7 @@
 #include "host/data/procedure_data_source.h"
 #include "host/messages/fac_st_dictionary.h"
 #include "host/session.h"
+#include "support/progress.h"
 
 namespace {
 
@@ -28,23 +27,14 @@ host::Severity HostSeverity(engine::Severity severity) {
   return host::Severity::Error;
 }
 
-// A line on a terminal's standard error while a job runs, erased when it ends, so a long run
-// does not look hung. Nothing when standard error is a file or a pipe.
+// The run's progress line (support/progress.h) while a job runs, cleared when it ends, so a long
+// run does not look hung; the job's stages then say what they do.
 class ProgressLine {
  public:
-  ProgressLine() : shown_(::isatty(STDERR_FILENO) == 1) {
-    if (shown_)
-      std::cerr << FacSTDictionary::Shared().LookUp(host::msg::kEngineProgress) << std::flush;
-  }
-  ~ProgressLine() {
-    if (shown_)
-      std::cerr << "\r\033[K" << std::flush;
-  }
+  ProgressLine() { support::ProgressStage(FacSTDictionary::Shared().LookUp(host::msg::kEngineProgress)); }
+  ~ProgressLine() { support::ProgressClear(); }
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
-
- private:
-  bool shown_;
 };
 
 } // namespace

@@ -94,14 +94,109 @@ struct BoxCell {
   Align align = Align::Left;
 };
 
+// `text` split after each of `breaks`: the pieces a line may end with.
+std::vector<std::string> PiecesOf(const std::string &text, const char *breaks) {
+  std::vector<std::string> pieces;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t stop = text.find_first_of(breaks, at);
+    const std::size_t end = stop == std::string::npos ? text.size() : stop + 1;
+    pieces.push_back(text.substr(at, end - at));
+    at = end;
+  }
+  return pieces;
+}
+
+// `text` cut into lines of at most `width` columns at spaces; a word longer than a line is cut
+// after "-", ":" or "/" (where names break well), and failing that between characters.
+std::vector<std::string> Wrap(const std::string &text, std::size_t width) {
+  if (width == 0 || DisplayWidth(text) <= width)
+    return {text};
+  std::vector<std::string> lines;
+  std::string line;
+  std::size_t used = 0;
+  const auto flush = [&] {
+    while (!line.empty() && line.back() == ' ')
+      line.pop_back();
+    lines.push_back(line);
+    line.clear();
+    used = 0;
+  };
+  const auto place = [&](const std::string &piece, auto &self, int level) -> void {
+    const std::size_t piece_width = DisplayWidth(piece);
+    // A trailing space may hang over the edge.
+    const std::size_t fit = !piece.empty() && piece.back() == ' ' ? piece_width - 1 : piece_width;
+    if (used + fit <= width) {
+      line += piece;
+      used += piece_width;
+      return;
+    }
+    if (fit <= width) {
+      flush();
+      line = piece;
+      used = piece_width;
+      return;
+    }
+    if (level == 0) {
+      for (const auto &part : PiecesOf(piece, "-:/"))
+        self(part, self, 1);
+      return;
+    }
+    for (std::size_t c = 0; c < piece.size();) {
+      std::size_t next = c;
+      NextCodePoint(piece, next);
+      const std::string point = piece.substr(c, next - c);
+      const std::size_t point_width = DisplayWidth(point);
+      if (used + point_width > width && used > 0)
+        flush();
+      line += point;
+      used += point_width;
+      c = next;
+    }
+  };
+  for (const auto &word : PiecesOf(text, " "))
+    place(word, place, 0);
+  if (!line.empty() || lines.empty())
+    flush();
+  return lines;
+}
+
+// The lines of a cell rewrapped to `width`.
+void WrapCell(BoxCell &cell, std::size_t width) {
+  std::vector<std::string> lines;
+  for (const auto &line : cell.lines) {
+    for (auto &piece : Wrap(line, width))
+      lines.push_back(std::move(piece));
+  }
+  cell.lines = std::move(lines);
+}
+
 class TextWriter {
 public:
+  explicit TextWriter(std::size_t width) : width_(width) {}
   void Node(const OutputNode &node, std::size_t indent);
   std::string out;
 
 private:
+  // A line of text, wrapped at the width; its continuations are indented a little more.
   void Line(std::size_t indent, const std::string &text) {
+    const std::size_t room = Room(indent);
+    const std::vector<std::string> pieces = Wrap(text, room);
+    BoxLine(indent, pieces.front());
+    const std::size_t deeper = room > 20 ? indent + 2 : indent;
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
+      for (const auto &piece : Wrap(pieces[i], Room(deeper)))
+        BoxLine(deeper, piece);
+    }
+  }
+  // A line drawn as it is (a line of a box, already fitted).
+  void BoxLine(std::size_t indent, const std::string &text) {
     out += std::string(indent, ' ') + text + "\n";
+  }
+  // The columns left after `indent`; zero is no limit. A deep indent still leaves some room.
+  std::size_t Room(std::size_t indent) const {
+    if (width_ == 0)
+      return 0;
+    return width_ > indent + 20 ? width_ - indent : 20;
   }
   void Gap() {
     if (!out.empty() && out.size() >= 2 && out.compare(out.size() - 2, 2, "\n\n") != 0)
@@ -109,9 +204,14 @@ private:
   }
   void Container(const OutputNode &node, std::size_t indent);
   void TableObject(const OutputNode &node, std::size_t indent);
+  void Box(const std::vector<std::vector<BoxCell>> &grid, std::size_t body_start,
+           const std::vector<std::size_t> &widths, const std::vector<std::size_t> &columns,
+           std::size_t indent);
   void TextObject(const OutputNode &node, std::size_t indent);
   void ChartObject(const OutputNode &node, std::size_t indent);
   void Message(const OutputNode &node, std::size_t indent);
+
+  std::size_t width_;
 };
 
 void TextWriter::Node(const OutputNode &node, std::size_t indent) {
@@ -143,16 +243,36 @@ void TextWriter::Container(const OutputNode &node, std::size_t indent) {
   Gap();
   const bool procedure = node.kind == NodeKind::Procedure;
   Line(indent, node.title);
-  Line(indent, Repeat(procedure ? "=" : "-", std::max<std::size_t>(1, DisplayWidth(node.title))));
+  const std::size_t underline = std::max<std::size_t>(1, DisplayWidth(node.title));
+  Line(indent, Repeat(procedure ? "=" : "-",
+                      Room(indent) == 0 ? underline : std::min(underline, Room(indent))));
   out += "\n";
-  for (const auto &child : node.children)
-    Node(*child, procedure ? indent : indent + 2);
+  const std::size_t inner = procedure ? indent : indent + 2;
+  for (std::size_t i = 0; i < node.children.size();) {
+    const TextRun run = AlikeTexts(node.children, i);
+    if (run.count == 1) {
+      Node(*node.children[i++], inner);
+      continue;
+    }
+    // Drawn once, with the titles of the texts it stands for.
+    Gap();
+    for (const auto &line : run.lines)
+      Line(inner, line);
+    std::string titles;
+    for (std::size_t k = 0; k < run.count; ++k)
+      titles += (k > 0 ? ", " : "") + node.children[i + k]->title;
+    Line(inner + 2, FacSTDictionary::Shared().Format("Output.AppliesTo",
+                                                     {std::to_string(run.count)}) +
+                        ": " + titles);
+    i += run.count;
+  }
 }
 
 void TextWriter::TableObject(const OutputNode &node, std::size_t indent) {
   const Table &table = node.table;
   Gap();
-  Line(indent, node.title.empty() ? table.title : node.title);
+  const std::string title = node.title.empty() ? table.title : node.title;
+  Line(indent, title);
   if (!node.title.empty() && !table.title.empty() && table.title != node.title) {
     Line(indent, table.title);
   }
@@ -201,44 +321,141 @@ void TextWriter::TableObject(const OutputNode &node, std::size_t indent) {
   }
 
   std::vector<std::size_t> widths(width_count, 0);
-  for (const auto &line : grid) {
-    for (std::size_t c = 0; c < line.size(); ++c) {
-      for (const auto &text : line[c].lines)
-        widths[c] = std::max(widths[c], DisplayWidth(text));
+  const auto measure = [&] {
+    std::fill(widths.begin(), widths.end(), 0);
+    for (const auto &line : grid) {
+      for (std::size_t c = 0; c < line.size(); ++c) {
+        for (const auto &text : line[c].lines)
+          widths[c] = std::max(widths[c], DisplayWidth(text));
+      }
     }
+  };
+  measure();
+
+  // A box of columns S takes 1 + sum(width + 3) columns. Row labels take at most three fifths of
+  // the room; a data column at most what is left beside them: wider cells wrap in their box.
+  const std::size_t room = Room(indent);
+  const auto box_width = [&](std::size_t w) { return w + 3; };
+  if (room > 0) {
+    std::size_t label_width = 0;
+    if (row_header) {
+      const std::size_t cap = std::max<std::size_t>(room * 3 / 5 - 3, 8);
+      if (widths[0] > cap) {
+        for (auto &line : grid)
+          WrapCell(line[0], cap);
+      }
+      measure();
+      label_width = box_width(widths[0]);
+    }
+    const std::size_t data_cap = room > label_width + 1 + 3 + 4 ? room - label_width - 1 - 3 : 4;
+    bool wrapped = false;
+    for (std::size_t c = row_header ? 1 : 0; c < width_count; ++c) {
+      if (widths[c] <= data_cap)
+        continue;
+      for (auto &line : grid) {
+        if (c < line.size())
+          WrapCell(line[c], data_cap);
+      }
+      wrapped = true;
+    }
+    if (wrapped)
+      measure();
   }
+
+  // A header wider than its column's values wraps at its spaces first ("Normalized BIC").
+  const auto total = [&] {
+    std::size_t sum = 1;
+    for (const std::size_t w : widths)
+      sum += box_width(w);
+    return sum;
+  };
+  if (room > 0 && body_start > 0 && total() > room) {
+    for (std::size_t c = row_header ? 1 : 0; c < width_count; ++c) {
+      std::size_t values = 0, longest_word = 0;
+      for (std::size_t r = body_start; r < grid.size(); ++r) {
+        for (const auto &text : grid[r][c].lines)
+          values = std::max(values, DisplayWidth(text));
+      }
+      for (const auto &text : grid[0][c].lines) {
+        for (const auto &word : PiecesOf(text, " "))
+          longest_word = std::max(longest_word, DisplayWidth(word) - (word.back() == ' ' ? 1 : 0));
+      }
+      if (widths[c] > std::max(values, longest_word))
+        WrapCell(grid[0][c], std::max(values, longest_word));
+    }
+    measure();
+  }
+
+  // Column panels: the row labels, then as many data columns as fit (at least one).
+  std::vector<std::vector<std::size_t>> panels;
+  const std::size_t first_data = row_header ? 1 : 0;
+  const std::size_t base = 1 + (row_header ? box_width(widths[0]) : 0);
+  for (std::size_t c = first_data; c < width_count;) {
+    std::vector<std::size_t> panel;
+    if (row_header)
+      panel.push_back(0);
+    std::size_t used = base;
+    do {
+      used += box_width(widths[c]);
+      panel.push_back(c++);
+    } while (c < width_count && (room == 0 || used + box_width(widths[c]) <= room));
+    panels.push_back(std::move(panel));
+  }
+  if (panels.empty())
+    panels.push_back({0}); // only row labels
+  for (std::size_t p = 0; p < panels.size(); ++p) {
+    if (panels.size() > 1) {
+      const std::vector<std::size_t> &panel = panels[p];
+      const std::size_t from = panel[first_data] + 1 - first_data;
+      const std::size_t to = panel.back() + 1 - first_data;
+      if (p > 0)
+        Gap();
+      Line(indent, FacSTDictionary::Shared().Format(
+                          "Output.TablePanel",
+                          {std::to_string(from), std::to_string(to), std::to_string(columns)}));
+    }
+    Box(grid, body_start, widths, panels[p], indent);
+  }
+  for (std::size_t f = 0; f < table.footnotes.size(); ++f) {
+    const std::string mark =
+        f < 26 ? std::string(1, static_cast<char>('a' + f)) : std::to_string(f + 1);
+    Line(indent, mark + ". " + table.footnotes[f]);
+  }
+}
+
+void TextWriter::Box(const std::vector<std::vector<BoxCell>> &grid, std::size_t body_start,
+                     const std::vector<std::size_t> &widths,
+                     const std::vector<std::size_t> &columns, std::size_t indent) {
   const auto rule = [&](const char *left, const char *middle, const char *right) {
     std::string text = left;
-    for (std::size_t c = 0; c < widths.size(); ++c) {
-      if (c > 0)
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      if (i > 0)
         text += middle;
-      text += Repeat("\u2500", widths[c] + 2);
+      text += Repeat("\u2500", widths[columns[i]] + 2);
     }
-    Line(indent, text + right);
+    BoxLine(indent, text + right);
   };
   rule("\u250C", "\u252C", "\u2510");
   for (std::size_t r = 0; r < grid.size(); ++r) {
     if (r == body_start && body_start > 0)
       rule("\u251C", "\u253C", "\u2524");
     std::size_t height = 1;
-    for (const auto &cell : grid[r])
-      height = std::max(height, cell.lines.size());
+    for (const std::size_t c : columns) {
+      if (c < grid[r].size())
+        height = std::max(height, grid[r][c].lines.size());
+    }
     for (std::size_t k = 0; k < height; ++k) {
       std::string text = "\u2502";
-      for (std::size_t c = 0; c < grid[r].size(); ++c) {
-        const BoxCell &cell = grid[r][c];
+      for (const std::size_t c : columns) {
+        static const BoxCell kBlank{{""}, Align::Left};
+        const BoxCell &cell = c < grid[r].size() ? grid[r][c] : kBlank;
         text += " " + Pad(k < cell.lines.size() ? cell.lines[k] : "", widths[c], cell.align) +
                 " \u2502";
       }
-      Line(indent, text);
+      BoxLine(indent, text);
     }
   }
   rule("\u2514", "\u2534", "\u2518");
-  for (std::size_t f = 0; f < table.footnotes.size(); ++f) {
-    const std::string mark =
-        f < 26 ? std::string(1, static_cast<char>('a' + f)) : std::to_string(f + 1);
-    Line(indent, mark + ". " + table.footnotes[f]);
-  }
 }
 
 void TextWriter::TextObject(const OutputNode &node, std::size_t indent) {
@@ -299,8 +516,8 @@ std::size_t DisplayWidth(const std::string &text) {
   return width;
 }
 
-std::string RenderText(const OutputDocument &document) {
-  TextWriter writer;
+std::string RenderText(const OutputDocument &document, std::size_t width) {
+  TextWriter writer(width);
   for (const auto &child : document.root.children)
     writer.Node(*child, 0);
   if (writer.out.empty())

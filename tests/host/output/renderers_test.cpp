@@ -6,6 +6,7 @@
 #include "host/output/html_renderer.h"
 #include "host/output/json_renderer.h"
 #include "host/output/number_format.h"
+#include "host/output/render_common.h"
 #include "host/output/rv.h"
 #include "host/output/svg_chart.h"
 #include "host/output/text_renderer.h"
@@ -239,6 +240,188 @@ TEST(EmptyReport, SaysSoInsteadOfABlankPage) {
   document.root.children.front()->AddChild(NodeKind::Text, "Debug")->lines = {"Done Parsing"};
   EXPECT_EQ(RenderHtml(document).find(empty_text), std::string::npos);
   EXPECT_EQ(RenderText(document).find(empty_text), std::string::npos);
+}
+
+}  // namespace
+}  // namespace host
+
+namespace host {
+namespace {
+
+// Every line of `text`, counted in columns.
+std::size_t Widest(const std::string &text) {
+  std::size_t widest = 0;
+  for (const auto &line : LinesOf(text))
+    widest = std::max(widest, DisplayWidth(line));
+  return widest;
+}
+
+std::size_t Count(const std::string &text, const std::string &piece) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1))
+    ++count;
+  return count;
+}
+
+// A wide table at a narrow width is printed in column panels: each column once, the row labels
+// in every panel, no line wider than the width; a cell too wide for any panel wraps in its box.
+TEST(TextWidth, WideTablesSplitIntoPanelsThatRepeatTheRowLabels) {
+  OutputDocument document;
+  Table &table = document.root.AddChild(NodeKind::Procedure, "P")->AddChild(NodeKind::Table, "Wide")->table;
+  table.column_labels = {"Target"};
+  for (int c = 1; c <= 12; ++c)
+    table.column_labels.push_back("Statistic" + std::to_string(c));
+  table.row_labels = {"visits-product:Snacks-region:South", "sales-product:Snacks-region:North"};
+  for (std::size_t r = 0; r < 2; ++r) {
+    table.rows.emplace_back();
+    for (int c = 1; c <= 12; ++c)
+      table.rows[r].push_back(NumberCell(1234.5 * c, 3));
+  }
+  table.rows[1][11] = TextCell(std::string(150, 'x') + " a long note that cannot fit");
+  struct Case {
+    std::size_t width;
+    std::size_t panels;  // 0: any count above one
+  };
+  for (const Case c : {Case{0, 1}, Case{400, 1}, Case{100, 0}, Case{60, 0}, Case{40, 12}}) {
+    SCOPED_TRACE(c.width);
+    const std::string text = RenderText(document, c.width);
+    if (c.width > 0) {
+      EXPECT_LE(Widest(text), c.width) << text;
+    }
+    for (int col = 1; col <= 12; ++col)
+      EXPECT_EQ(Count(text, "Statistic" + std::to_string(col) + " "), 1u) << text;
+    const std::size_t panels = Count(text, "\u250C");
+    if (c.panels > 0) {
+      EXPECT_EQ(panels, c.panels) << text;
+    } else {
+      EXPECT_GT(panels, 1u) << text;
+    }
+    EXPECT_EQ(Count(text, "Target"), panels);  // the corner, with the row labels, in every panel
+    EXPECT_EQ(Count(text, "(columns "), panels > 1 ? panels : 0u);
+    EXPECT_EQ(Count(text, "x"), 150u) << text;  // the long cell is all there, wrapped or not
+  }
+}
+
+// Runs of texts that say the same for different series are drawn once with their titles.
+TEST(Folding, AlikeTextsAreDrawnOnceWithTheSeriesTheyApplyTo) {
+  struct Case {
+    std::vector<std::string> texts;
+    std::size_t folded;  // siblings in the first run
+    std::string shared;  // its line
+  };
+  const std::string note = ", so the root cause analysis has nothing to explain.";
+  const Case cases[] = {
+      {{"No outliers in a-r:A" + note, "No outliers in b-r:B" + note, "No outliers in c-r:A" + note},
+       3, "No outliers in \u2026" + note},
+      {{"No outliers in a:East" + note, "No outliers in a:West" + note, "No outliers in b:West" + note},
+       3, "No outliers in \u2026" + note},
+      {{"alike", "alike", "other"}, 2, "alike"},
+      {{"No outliers in a" + note, "No outliers in b" + note}, 1, ""},           // two alike only
+      {{"No outliers in a" + note, "Three outliers in b" + note, "x"}, 1, ""},  // two words differ
+      {{"Lag 1 of a", "Lag 2 of b", "Lag 3 of c"}, 1, ""},                      // two words differ
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.texts.front());
+    OutputDocument document;
+    OutputNode *heading = document.root.AddChild(NodeKind::Procedure, "P");
+    for (std::size_t i = 0; i < c.texts.size(); ++i)
+      heading->AddChild(NodeKind::Text, "series " + std::to_string(i))->lines = {c.texts[i]};
+    const TextRun run = AlikeTexts(heading->children, 0);
+    EXPECT_EQ(run.count, c.folded);
+    if (c.folded == 1)
+      continue;
+    EXPECT_EQ(run.lines, std::vector<std::string>{c.shared});
+    const std::string text = RenderText(document, 0);
+    EXPECT_EQ(Count(text, c.shared), 1u) << text;
+    EXPECT_NE(text.find(FacSTDictionary::Shared().Format("Output.AppliesTo",
+                                                         {std::to_string(c.folded)}) +
+                        ": series 0, series 1"),
+              std::string::npos)
+        << text;
+    const std::string html = RenderHtml(document);
+    EXPECT_EQ(Count(html, "<pre>"), c.texts.size() - c.folded + 1);
+    for (std::size_t i = 0; i < c.folded; ++i) {
+      EXPECT_NE(html.find(">series " + std::to_string(i) + "</a></li>"), std::string::npos);
+    }
+  }
+
+  // The same note under a run of figures (the model file under every graph) comes once.
+  OutputDocument document;
+  OutputNode *heading = document.root.AddChild(NodeKind::Procedure, "P");
+  for (const char *series : {"a", "b", "c"}) {
+    heading->AddChild(NodeKind::Interactive, series)->payload = nlohmann::json::parse(
+        R"({"kind":"systemGraph","view":"single","series":"x","modelFile":"m.zip",
+            "nodes":[{"label":"x","target":true}],"edges":[]})");
+  }
+  const std::string html = RenderHtml(document);
+  EXPECT_EQ(Count(html, "m.zip"), 1u);
+  EXPECT_EQ(Count(html, "<li><a href="), 3u);  // the figures it applies to
+}
+
+// The contents show what tells sibling entries apart first; the page's links then say the rest.
+TEST(Contents, EntriesShowTheDistinguishingPartFirst) {
+  struct Case {
+    std::vector<std::string> titles, shown;
+  };
+  const Case cases[] = {
+      {{"visits-product:A-region:North", "sales-product:B-region:North", "sales-product:A-region:South"},
+       {"visits \u00B7 A \u00B7 North", "sales \u00B7 B \u00B7 North", "sales \u00B7 A \u00B7 South"}},
+      {{"Overall Model System: a-x:1", "Overall Model System: b-x:2", "Overall Model System: c-x:3"},
+       {"a \u00B7 1", "b \u00B7 2", "c \u00B7 3"}},
+      {{"a-x:1", "b-x:2"}, {"a-x:1", "b-x:2"}},                      // too few to tell a pattern
+      {{"Tests of Model Effects", "Observed and Predicted Series", "Overall Model Quality - RMSPE"},
+       {"Tests of Model Effects", "Observed and Predicted Series", "Overall Model Quality - RMSPE"}},
+      {{"Top", "a-x:1", "b-x:2", "North-East-x:3", "c-x:4"},  // shapes apart
+       {"Top", "a \u00B7 1", "b \u00B7 2", "North-East-x:3", "c \u00B7 4"}},
+  };
+  for (const Case &c : cases)
+    EXPECT_EQ(DistinguishingTitles(c.titles), c.shown);
+}
+
+// The page opens on the summary (quality, best and worst models, warnings, the top models'
+// graph), then the procedure's sections in the plan's order, the review collapsed.
+TEST(Summary, LeadsThePageAndThePlanFollowsInOrder) {
+  OutputDocument document;
+  OutputNode *procedure = document.root.AddChild(NodeKind::Procedure, "Temporal Causal Modeling");
+  procedure->AddChild(NodeKind::Heading, FacSTDictionary::Shared().LookUp("Review"))
+      ->AddChild(NodeKind::Table, "Model Specifications")->table.rows = {{TextCell("x")}};
+  OutputNode *evaluation = procedure->AddChild(NodeKind::Heading, "Evaluation");
+  evaluation->AddChild(NodeKind::Interactive, "Overall Model Quality")->payload =
+      nlohmann::json::parse(R"({"kind":"distribution","statistic":"R Square",
+        "dotPlot":{"points":[{"label":"a","value":0.9},{"label":"b","value":0.2},
+                             {"label":"c","value":0.5}]}})");
+  for (const char *series : {"good", "poor", "fair"})
+    evaluation->AddChild(NodeKind::Chart, series)->payload = LineChartPayload();
+  Table &fit = procedure->AddChild(NodeKind::Heading, "Fit")->AddChild(NodeKind::Table, "Top")->table;
+  fit.subtype = "Model Fit Statistics";
+  fit.column_labels = {"Target", "R Square"};
+  fit.row_labels = {"good", "poor", "fair"};
+  fit.rows = {{NumberCell(0.9, 3)}, {NumberCell(0.2, 3)}, {NumberCell(0.5, 3)}};
+  for (const char *series : {"good", "poor", "fair"})
+    procedure->FindOrMakeHeading("Fit").AddChild(NodeKind::Text, series)->lines = {series};
+  OutputNode *warning = procedure->AddChild(NodeKind::Message);
+  warning->message.severity = Severity::Warning;
+  warning->message.text = "careful here";
+
+  const std::string page = RenderHtml(document);
+  const std::string html = page.substr(page.find("<main"));
+  const auto at = [&](const std::string &piece) { return html.find(piece); };
+  const std::string words[] = {"id=\"summary\"", "R Square</a>", "good</a>", "poor</a>",
+                               "careful here</a>", "class=\"section-title\">Temporal Causal",
+                               "collapsible collapsed", "Evaluation", "Fit"};
+  for (std::size_t i = 0; i + 1 < std::size(words); ++i) {
+    ASSERT_NE(at(words[i]), std::string::npos) << words[i];
+    EXPECT_LT(at(words[i]), at(words[i + 1])) << words[i] << " before " << words[i + 1];
+  }
+  // The best model is listed before the worst, each linking to its chart, which links to the
+  // same series' other objects.
+  EXPECT_LT(at("good</a>"), at("fair</a>"));
+  EXPECT_EQ(Count(html.substr(0, at("class=\"procedure\"")), "data-series"), 0u);
+  EXPECT_EQ(Count(html, "data-series="), 6u);  // a chart and a text for each of three series
+  // Without a model system there is nothing to sum up.
+  OutputDocument plain;
+  plain.root.AddChild(NodeKind::Procedure, "P")->AddChild(NodeKind::Text, "t")->lines = {"x"};
+  EXPECT_EQ(RenderHtml(plain).find("id=\"summary\""), std::string::npos);
 }
 
 }  // namespace

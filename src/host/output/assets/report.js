@@ -1,8 +1,68 @@
-// Behaviour of the report page: a collapsible outline that follows the reader, and chart tips.
+// Behaviour of the report page: collapsed sections, a contents pane that can be searched and
+// follows the reader, links between one series' objects, and chart tips.
+//
+// A collapsed section (section.collapsed) that opens for the first time receives the event
+// "section-open" (bubbling), so that a script can draw what it holds only then; an element is
+// hidden while element.closest("section.collapsed") is not null.
 (function () {
   "use strict";
+  document.documentElement.classList.add("js");
 
-  // Outline: a toggle on every entry that has entries below it.
+  // ---- Collapsed sections ----
+  function open(section) {
+    if (!section.classList.contains("collapsed")) return;
+    section.classList.remove("collapsed");
+    if (section.dataset.opened) return;
+    section.dataset.opened = "1";
+    section.dispatchEvent(new CustomEvent("section-open", { bubbles: true }));
+  }
+  // Opens every collapsed section around `element`, the outermost first.
+  function reveal(element) {
+    var around = [];
+    for (var at = element; at; at = at.parentElement) {
+      if (at.matches && at.matches("section.collapsed")) around.unshift(at);
+    }
+    around.forEach(open);
+  }
+  document.querySelectorAll("section.collapsible > .section-title").forEach(function (title) {
+    title.setAttribute("role", "button");
+    title.tabIndex = 0;
+    function toggle() {
+      var section = title.parentElement;
+      if (section.classList.contains("collapsed")) open(section);
+      else section.classList.add("collapsed");
+    }
+    title.addEventListener("click", toggle);
+    title.addEventListener("keydown", function (event) {
+      if (event.key === "Enter" || event.key === " ") { event.preventDefault(); toggle(); }
+    });
+  });
+  // A link to an object in a collapsed section opens the section first.
+  function go(id) {
+    var target = document.getElementById(id);
+    if (!target) return false;
+    reveal(target);
+    // At once, not smoothly: links under captions appear as figures come into view and would
+    // move the target while a smooth scroll runs.
+    target.scrollIntoView({ behavior: "instant" });
+    window.requestAnimationFrame(function () { target.scrollIntoView({ behavior: "instant" }); });
+    return true;
+  }
+  document.addEventListener("click", function (event) {
+    var link = event.target.closest && event.target.closest("a[href^='#']");
+    if (!link) return;
+    var id = decodeURIComponent(link.getAttribute("href").slice(1));
+    if (go(id)) {
+      event.preventDefault();
+      history.replaceState(null, "", "#" + id);
+    }
+  });
+  // After the other scripts of the page have set their listeners.
+  window.addEventListener("DOMContentLoaded", function () {
+    if (location.hash) go(decodeURIComponent(location.hash.slice(1)));
+  });
+
+  // ---- Contents: toggles ----
   document.querySelectorAll(".outline li").forEach(function (item) {
     var below = item.querySelector(":scope > ul");
     if (!below || !below.children.length) return;
@@ -16,12 +76,51 @@
     item.insertBefore(toggle, item.firstChild);
   });
 
-  // Outline: mark the entry of the last object whose top has scrolled past the top edge; at
-  // the end of the page, the last object in view.
+  // ---- Contents: search ----
   var nav = document.querySelector(".outline");
+  var search = document.querySelector(".outline-search");
+  var items = Array.prototype.slice.call(document.querySelectorAll(".outline li"));
+  function textOf(item) {
+    var link = item.querySelector(":scope > a");
+    if (!link) return "";
+    return ((link.getAttribute("title") || "") + " " + link.textContent).toLowerCase();
+  }
+  var texts = items.map(textOf);
+  function filter() {
+    var words = search.value.toLowerCase().split(/\s+/).filter(Boolean);
+    nav.classList.toggle("searching", words.length > 0);
+    if (!words.length) {
+      items.forEach(function (item) { item.classList.remove("match", "on-path"); });
+      return;
+    }
+    items.forEach(function (item) { item.classList.remove("match", "on-path"); });
+    items.forEach(function (item, i) {
+      var text = texts[i];
+      if (!words.every(function (word) { return text.indexOf(word) >= 0; })) return;
+      item.classList.add("match");
+      for (var up = item.parentElement; up && up !== nav; up = up.parentElement) {
+        if (up.tagName === "LI") up.classList.add("on-path");
+      }
+    });
+  }
+  if (search) {
+    search.addEventListener("input", filter);
+    search.addEventListener("keydown", function (event) {
+      if (event.key === "Escape") { search.value = ""; filter(); }
+      if (event.key === "Enter") {
+        var first = nav.querySelector("li.match > a");
+        if (first) first.click();
+      }
+    });
+  }
+
+  // ---- Contents: follow the reader ----
+  // Marks the entry of the last object whose top has scrolled past the top edge (at the end of
+  // the page, the last object in view) and keeps it in the pane's view.
   var links = {};
   document.querySelectorAll(".outline a[href^='#']").forEach(function (link) {
-    links[link.getAttribute("href").slice(1)] = link;
+    var id = link.getAttribute("href").slice(1);
+    if (!links[id]) links[id] = link;
   });
   var targets = Array.prototype.filter.call(document.querySelectorAll(".report [id]"),
     function (element) { return links[element.id]; });
@@ -31,34 +130,92 @@
     if (current) current.classList.remove("current");
     link.classList.add("current");
     current = link;
-    var top = link.offsetTop, bottom = top + link.offsetHeight;
-    if (top < nav.scrollTop + 60 || bottom > nav.scrollTop + nav.clientHeight) {
-      nav.scrollTop = top - nav.clientHeight / 3;
+    for (var up = link.parentElement; up && up !== nav; up = up.parentElement) {
+      if (up.tagName === "LI") up.classList.remove("collapsed");
+    }
+    var box = link.getBoundingClientRect(), pane = nav.getBoundingClientRect();
+    var head = nav.querySelector(".outline-head");
+    var top = pane.top + (head ? head.offsetHeight : 0);
+    if (box.top < top + 10 || box.bottom > pane.bottom - 10) {
+      nav.scrollTop += box.top - top - (pane.bottom - top) / 3;
     }
   }
   function follow() {
     if (!targets.length) return;
     var atEnd = window.innerHeight + window.scrollY >= document.documentElement.scrollHeight - 2;
     var edge = atEnd ? window.innerHeight - 40 : 90;
-    var chosen = targets[0];
+    var chosen = null;
     for (var i = 0; i < targets.length; i++) {
+      if (!targets[i].getClientRects().length) continue;  // in a collapsed section
       if (targets[i].getBoundingClientRect().top > edge) break;
       chosen = targets[i];
     }
-    mark(links[chosen.id]);
+    mark(links[(chosen || targets[0]).id]);
   }
   var pending = false;
-  window.addEventListener("scroll", function () {
+  function later() {
     if (pending) return;
     pending = true;
     window.requestAnimationFrame(function () {
       pending = false;
       follow();
     });
-  }, { passive: true });
+  }
+  window.addEventListener("scroll", later, { passive: true });
+  document.addEventListener("section-open", later);
   follow();
 
-  // Charts: the values at the pointer's x position.
+  // ---- One series' objects ----
+  // Under the caption of an object that names a series, links to the same series' objects
+  // elsewhere, labelled by their sections; made when the object first comes into view.
+  var report = document.querySelector(".report");
+  var bySeries = {};
+  document.querySelectorAll(".report [data-series]").forEach(function (object) {
+    (bySeries[object.dataset.series] = bySeries[object.dataset.series] || []).push(object);
+  });
+  function sectionTitle(object) {
+    var section = object.parentElement && object.parentElement.closest("section");
+    var title = section && section.querySelector(":scope > .section-title");
+    if (!title) return "";
+    var count = title.querySelector(".section-count");
+    var text = title.textContent;
+    return (count ? text.slice(0, text.length - count.textContent.length) : text).trim();
+  }
+  function addLinks(object) {
+    if (object.dataset.linked) return;
+    object.dataset.linked = "1";
+    var others = bySeries[object.dataset.series].filter(function (other) { return other !== object; });
+    if (!others.length) return;
+    var line = document.createElement("nav");
+    line.className = "series-links";
+    line.appendChild(document.createTextNode(report.dataset.thisSeries + " "));
+    others.forEach(function (other, i) {
+      if (i) line.appendChild(document.createTextNode(" \u00B7 "));
+      var link = document.createElement("a");
+      link.href = "#" + other.id;
+      link.textContent = sectionTitle(other) || other.id;
+      line.appendChild(link);
+    });
+    var caption = object.querySelector("figcaption, caption");
+    if (caption && caption.tagName === "CAPTION") caption.appendChild(line);
+    else if (caption) caption.after(line);
+    else object.insertBefore(line, object.firstChild);
+  }
+  var grouped = Object.keys(bySeries).filter(function (key) { return bySeries[key].length > 1; });
+  if (grouped.length && "IntersectionObserver" in window) {
+    var seen = new IntersectionObserver(function (entries) {
+      entries.forEach(function (entry) {
+        if (!entry.isIntersecting) return;
+        addLinks(entry.target);
+        seen.unobserve(entry.target);
+      });
+    }, { rootMargin: "200px" });
+    grouped.forEach(function (key) { bySeries[key].forEach(function (object) { seen.observe(object); }); });
+  } else {
+    grouped.forEach(function (key) { bySeries[key].forEach(addLinks); });
+  }
+
+  // ---- Charts: the values at the pointer's x position ----
   var tip = document.querySelector(".tooltip");
   if (!tip) return;
   document.querySelectorAll("svg.chart .hit").forEach(function (area) {
