@@ -80,7 +80,7 @@ TEST_F(RendererTest, HtmlEscapesEveryTextAndRefersToNothingOutside) {
   for (const char *outside : {"http://", "https://", "src=", "url(", "@import", "//cdn"}) {
     EXPECT_EQ(html.find(outside), std::string::npos) << outside;
   }
-  EXPECT_NE(html.find("<svg class=\"chart\""), std::string::npos);
+  EXPECT_NE(html.find("<svg class=\"chart line-chart"), std::string::npos);
   EXPECT_NE(html.find("class=\"message error\""), std::string::npos);
 }
 
