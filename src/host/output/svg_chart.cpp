@@ -463,11 +463,29 @@ std::string RenderLineChartSvg(const LineChart &chart) {
     if (last > 5 * forecast)
       recent = last - 5 * forecast;
   }
-  const auto ViewBox = [&](std::size_t from) {
-    if (last == 0)
-      return std::string("-1 0 2 ") + std::to_string(height_units);
-    return std::to_string(from) + " 0 " + std::to_string(last - from) + " " +
-           std::to_string(height_units);
+  // The recent view's values get a y axis of their own, a part of the same grid.
+  Axis recent_axis = axis;
+  if (recent > 0) {
+    ValueRange range;
+    for (const auto &series : chart.series) {
+      for (const auto *values : {&series.y, &series.lower, &series.upper}) {
+        for (std::size_t i = recent; i < values->size(); ++i)
+          range.Add((*values)[i]);
+      }
+    }
+    recent_axis = MakeAxis(range);
+  }
+  const auto Rows = [&](const Axis &shown) {
+    return std::make_pair(frame.Y(shown.high), frame.Y(shown.low) - frame.Y(shown.high));
+  };
+  // Too fine a part for the grid (flat recent values in a wide history): the whole axis.
+  if (Rows(recent_axis).second < 20)
+    recent_axis = axis;
+  const auto ViewBox = [&](std::size_t from, const Axis &shown) {
+    const auto [row, rows] = Rows(shown);
+    const std::string x = last == 0 ? "-1" : std::to_string(from);
+    const std::string w = last == 0 ? "2" : std::to_string(last - from);
+    return x + " " + std::to_string(row) + " " + w + " " + std::to_string(rows);
   };
 
   // The legend wraps into rows above the plot; the plot starts below the last row.
@@ -503,8 +521,9 @@ std::string RenderLineChartSvg(const LineChart &chart) {
   const double top = legend_y + 20;
   const double bottom = kHeight - kBottom;
   const double plot_height = bottom - top;
-  const auto Y = [&](double value) {
-    return top + plot_height * static_cast<double>(frame.Y(value)) / static_cast<double>(height_units);
+  const auto YIn = [&](const Axis &shown, double value) {
+    const auto [row, rows] = Rows(shown);
+    return top + plot_height * static_cast<double>(frame.Y(value) - row) / static_cast<double>(rows);
   };
 
   std::ostringstream svg;
@@ -524,22 +543,33 @@ std::string RenderLineChartSvg(const LineChart &chart) {
     svg << " data-x=\"" << EscapeMarkup(nlohmann::json(chart.x).dump()) << "\"";
   }
   if (recent > 0) {
-    svg << " data-recent=\"" << recent << "\" data-views=\""
+    svg << " data-recent=\"" << ViewBox(recent, recent_axis) << "\" data-whole=\""
+        << ViewBox(0, axis) << "\" data-views=\""
         << EscapeMarkup(Word("Output.ChartRecent") + "\n" + Word("Output.ChartWhole")) << "\"";
   }
   svg << ">";
 
-  // Grid and y ticks.
-  // Values near the ends of the double range overflow the span: keep the tick count sane.
-  const double span_steps = (axis.high - axis.low) / axis.step;
-  const long ticks = std::isfinite(span_steps) ? std::clamp(std::lround(span_steps), 1L, 50L) : 4L;
-  for (long k = 0; k <= ticks; ++k) {
-    const double share = static_cast<double>(k) / static_cast<double>(ticks);
-    const double tick = axis.low * (1 - share) + axis.high * share;
-    const double y = Y(tick);
-    svg << "<path class=\"grid\" d=\"M" << kLeft << "," << Coord(y) << "h" << kPlotWidth
-        << "\"/><text class=\"tick y-tick\" x=\"" << kLeft - 8 << "\" y=\"" << Coord(y + 4) << "\">"
-        << Fixed(tick, axis.decimals) << "</text>";
+  // Grid and y ticks, one set per view.
+  const auto YTicks = [&](const Axis &shown, const char *view) {
+    // Values near the ends of the double range overflow the span: keep the tick count sane.
+    const double span_steps = (shown.high - shown.low) / shown.step;
+    const long ticks = std::isfinite(span_steps) ? std::clamp(std::lround(span_steps), 1L, 50L) : 4L;
+    svg << "<g class=\"y-ticks" << view << "\">";
+    for (long k = 0; k <= ticks; ++k) {
+      const double share = static_cast<double>(k) / static_cast<double>(ticks);
+      const double tick = shown.low * (1 - share) + shown.high * share;
+      const double y = YIn(shown, tick);
+      svg << "<path class=\"grid\" d=\"M" << kLeft << "," << Coord(y) << "h" << kPlotWidth
+          << "\"/><text class=\"tick y-tick\" x=\"" << kLeft - 8 << "\" y=\"" << Coord(y + 4) << "\">"
+          << Fixed(tick, shown.decimals) << "</text>";
+    }
+    svg << "</g>";
+  };
+  if (recent > 0) {
+    YTicks(recent_axis, " for-recent");
+    YTicks(axis, " for-whole");
+  } else {
+    YTicks(axis, "");
   }
   svg << "<path class=\"axis\" d=\"M" << kLeft << "," << bottom << "h" << kPlotWidth << "\"/>";
 
@@ -568,14 +598,16 @@ std::string RenderLineChartSvg(const LineChart &chart) {
 
   // The plot: positions and grid units, stretched to the plot's box; its view box is the view.
   svg << "<svg class=\"plot\" x=\"" << kLeft << "\" y=\"" << Coord(top) << "\" width=\"" << kPlotWidth
-      << "\" height=\"" << Coord(plot_height) << "\" viewBox=\"" << ViewBox(recent)
+      << "\" height=\"" << Coord(plot_height) << "\" viewBox=\"" << ViewBox(recent, recent_axis)
       << "\" preserveAspectRatio=\"none\">";
   if (chart.forecast_start >= 0 && count > 0) {
     const double edge = chart.forecast_start - 0.5;
-    svg << "<rect class=\"forecast\" x=\"" << Coord(std::max(edge, -1.0)) << "\" width=\"" << count + 1
-        << "\" height=\"" << height_units << "\"/>";
-    if (chart.forecast_start > 0)
-      svg << "<path class=\"forecast-edge\" d=\"M" << Coord(edge) << ",0v" << height_units << "\"/>";
+    svg << "<rect class=\"forecast\" x=\"" << Coord(std::max(edge, -1.0)) << "\" y=\"" << -height_units
+        << "\" width=\"" << count + 1 << "\" height=\"" << 3 * height_units << "\"/>";
+    if (chart.forecast_start > 0) {
+      svg << "<path class=\"forecast-edge\" d=\"M" << Coord(edge) << "," << -height_units << "v"
+          << 3 * height_units << "\"/>";
+    }
   }
   for (std::size_t s = 0; s < chart.series.size(); ++s) {
     const Grid coarse = grids[s].Coarser();

@@ -87,17 +87,18 @@
     var plot = svg.querySelector("svg.plot");
     var count = Number(svg.getAttribute("data-n"));
     if (!plot || !count) return;
-    var box = plot.getAttribute("viewBox").split(" ").map(Number);
-    var height = box[3], data = null, labelAt = xLabels(svg), ns = svg.namespaceURI;
+    var data = null, labelAt = xLabels(svg), ns = svg.namespaceURI;
     var cursor = document.createElementNS(ns, "path");
     cursor.setAttribute("class", "cursor");
     cursor.setAttribute("hidden", "");
     plot.appendChild(cursor);
     var area = document.createElementNS(ns, "rect");
     area.setAttribute("class", "hover-area");
+    var whole = (svg.getAttribute("data-whole") || plot.getAttribute("viewBox")).split(" ").map(Number);
     area.setAttribute("x", "-1");
+    area.setAttribute("y", String(whole[1] - whole[3]));
     area.setAttribute("width", String(count + 1));
-    area.setAttribute("height", String(height));
+    area.setAttribute("height", String(3 * whole[3]));
     plot.appendChild(area);
     function text(i) {
       var lines = [labelAt(i)];
@@ -113,10 +114,14 @@
     area.addEventListener("mousemove", function (event) {
       if (!tip) return;
       data = data || readLines(svg, count);
-      var rect = plot.getBoundingClientRect(), view = plot.viewBox.baseVal;
-      var at = view.x + (event.clientX - rect.left) / rect.width * view.width;
+      // The pointer in the chart's units, then in the plot's positions.
+      var point = svg.createSVGPoint(), view = plot.viewBox.baseVal;
+      point.x = event.clientX;
+      point.y = event.clientY;
+      point = point.matrixTransform(svg.getScreenCTM().inverse());
+      var at = view.x + (point.x - plot.x.baseVal.value) / plot.width.baseVal.value * view.width;
       var i = Math.max(0, Math.min(count - 1, Math.round(at)));
-      cursor.setAttribute("d", "M" + i + ",0v" + height);
+      cursor.setAttribute("d", "M" + i + "," + view.y + "v" + view.height);
       cursor.removeAttribute("hidden");
       tip.textContent = text(i);
       tip.hidden = false;
@@ -128,7 +133,7 @@
     });
     // Recent history or the whole of it: the plot's view box and the x ticks of the view.
     if (!svg.hasAttribute("data-recent")) return;
-    var recent = Number(svg.getAttribute("data-recent")), words = svg.getAttribute("data-views").split("\n");
+    var words = svg.getAttribute("data-views").split("\n");
     var bar = document.createElement("div");
     bar.className = "tabs chart-views";
     words.forEach(function (word, k) {
@@ -137,8 +142,7 @@
       button.className = "tab" + (k === 0 ? " active" : "");
       button.textContent = word;
       button.addEventListener("click", function () {
-        var from = k === 0 ? recent : 0;
-        plot.setAttribute("viewBox", from + " 0 " + (count - 1 - from) + " " + height);
+        plot.setAttribute("viewBox", svg.getAttribute(k === 0 ? "data-recent" : "data-whole"));
         svg.classList.toggle("view-recent", k === 0);
         bar.querySelectorAll(".tab").forEach(function (other) { other.classList.toggle("active", other === button); });
       });
