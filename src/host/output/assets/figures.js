@@ -49,7 +49,8 @@
     svg.querySelectorAll("svg.plot path[data-v]").forEach(function (path) {
       var scale = path.getAttribute("data-v").split(" ").map(Number);
       var decimals = scale.length > 2 ? scale[2] : Math.max(0, -Math.floor(Math.log10(scale[1]) + 1e-9));
-      function value(y) { return (scale[0] - y * scale[1]).toFixed(decimals); }
+      // In halves: the span may overflow a double.
+      function value(y) { return (2 * (scale[0] / 2 - y * scale[1] / 2)).toFixed(decimals); }
       var stretches = pathPoints(path.getAttribute("d"));
       if (path.classList.contains("band")) {
         var lower = [], upper = [];
