@@ -136,7 +136,7 @@
     if (!svg.hasAttribute("data-recent")) return;
     var words = svg.getAttribute("data-views").split("\n");
     var bar = document.createElement("div");
-    bar.className = "tabs chart-views";
+    bar.className = "chart-views";
     words.forEach(function (word, k) {
       var button = document.createElement("button");
       button.type = "button";
