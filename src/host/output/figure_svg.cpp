@@ -118,7 +118,7 @@ std::vector<Bar> HistogramBars(const Distribution& figure) {
     high_fence = q3 + 3 * (q3 - q1);
   }
   const bool far = !values.empty() && (values.front() < low_fence || values.back() > high_fence);
-  if (!far || !(high_fence > low_fence)) {
+  if (!far || !(high_fence >= low_fence)) {
     for (const auto& bin : figure.bins) bars.push_back({bin.from, bin.to, bin.count, 0, 0});
     return bars;
   }
@@ -159,8 +159,13 @@ std::vector<Bar> HistogramBars(const Distribution& figure) {
 }
 
 // A bin edge with the decimals its width needs (two significant digits of it), never more than
-// the statistic's own format gives.
+// the statistic's own format gives; a number of eight digits and more in exponent form.
 std::string EdgeText(double value, double width, const ValueFormat& format) {
+  if (std::fabs(value) >= 1e7 && format.kind == ValueFormat::Kind::Number) { // 2.43e+14, not 15 digits
+    char buffer[32];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 3).ptr;
+    return std::string(buffer, end);
+  }
   ValueFormat shown = format;
   if (format.kind == ValueFormat::Kind::Number || format.kind == ValueFormat::Kind::Percent) {
     const int needed = width > 0 && std::isfinite(width)
