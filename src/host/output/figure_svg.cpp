@@ -81,43 +81,167 @@ std::string TickText(double value, double step) {
 
 // ---------------------------------------------------------------- distribution
 
+// The bars a histogram draws: the figure's bins, or, when some values lie far out (beyond the
+// quartiles by three times the interquartile range), the values within the fences in bins of
+// round width and the far values in an overflow bar at each end.
+struct Bar {
+  double from = 0;
+  double to = 0;
+  double count = 0;
+  int side = 0;       // -1 below the lower fence, 1 above the upper one, 0 a bin
+  double extreme = 0; // the farthest value of an overflow bar
+};
+
+double Quantile(const std::vector<double>& sorted, double share) {
+  const double at = share * static_cast<double>(sorted.size() - 1);
+  const auto low = static_cast<std::size_t>(std::floor(at));
+  const std::size_t high = std::min(low + 1, sorted.size() - 1);
+  return sorted[low] + (sorted[high] - sorted[low]) * (at - static_cast<double>(low));
+}
+
+std::vector<Bar> HistogramBars(const Distribution& figure) {
+  std::vector<Bar> bars;
+  // The values: the dot plot's when it has them, else each bin's middle as often as it counts.
+  std::vector<double> values;
+  for (const auto& point : figure.points) values.push_back(point.value);
+  const bool exact = !values.empty();
+  if (!exact) {
+    for (const auto& bin : figure.bins) {
+      for (double k = 0; k < std::min(bin.count, 1e5); ++k) values.push_back(bin.from / 2 + bin.to / 2);
+    }
+  }
+  std::sort(values.begin(), values.end());
+  double low_fence = -HUGE_VAL, high_fence = HUGE_VAL;
+  if (values.size() >= 4) {
+    const double q1 = Quantile(values, 0.25), q3 = Quantile(values, 0.75);
+    low_fence = q1 - 3 * (q3 - q1);
+    high_fence = q3 + 3 * (q3 - q1);
+  }
+  const bool far = !values.empty() && (values.front() < low_fence || values.back() > high_fence);
+  if (!far || !(high_fence >= low_fence)) {
+    for (const auto& bin : figure.bins) bars.push_back({bin.from, bin.to, bin.count, 0, 0});
+    return bars;
+  }
+  Bar below{0, 0, 0, -1, values.front()}, above{0, 0, 0, 1, values.back()};
+  if (exact) {
+    std::vector<double> inner;
+    for (double value : values) {
+      if (value < low_fence) ++below.count;
+      else if (value > high_fence) ++above.count;
+      else inner.push_back(value);
+    }
+    const int wanted = std::clamp(static_cast<int>(figure.bins.size()), 4, 20);
+    const Axis axis = NiceAxis(inner.front(), inner.back(), wanted);
+    for (double from = axis.low; from < inner.back() + axis.step / 2 && bars.size() < 60; from += axis.step) {
+      bars.push_back({from, from + axis.step, 0, 0, 0});
+    }
+    for (double value : inner) {
+      auto at = static_cast<std::size_t>(std::floor((value - axis.low) / axis.step));
+      bars[std::min(at, bars.size() - 1)].count += 1;
+    }
+    while (bars.size() > 1 && bars.back().count == 0) bars.pop_back();
+    below.to = below.from = bars.front().from;
+    above.from = above.to = bars.back().to;
+  } else {
+    for (const auto& bin : figure.bins) {
+      const double middle = bin.from / 2 + bin.to / 2;
+      if (middle < low_fence) below.count += bin.count, below.from = below.to = bin.to;
+      else if (middle > high_fence) above.count += bin.count, above.to = bin.to;
+      else bars.push_back({bin.from, bin.to, bin.count, 0, 0});
+    }
+    if (bars.empty()) return {};
+    below.from = below.to = bars.front().from;
+    above.from = above.to = bars.back().to;
+  }
+  if (below.count > 0) bars.insert(bars.begin(), below);
+  if (above.count > 0) bars.push_back(above);
+  return bars;
+}
+
+// A bin edge with the decimals its width needs (two significant digits of it), never more than
+// the statistic's own format gives; a number of eight digits and more in exponent form.
+std::string EdgeText(double value, double width, const ValueFormat& format) {
+  if (std::fabs(value) >= 1e7 && format.kind == ValueFormat::Kind::Number) { // 2.43e+14, not 15 digits
+    char buffer[32];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 3).ptr;
+    return std::string(buffer, end);
+  }
+  ValueFormat shown = format;
+  if (format.kind == ValueFormat::Kind::Number || format.kind == ValueFormat::Kind::Percent) {
+    const int needed = width > 0 && std::isfinite(width)
+                           ? std::clamp(1 - static_cast<int>(std::floor(std::log10(width))), 0, 10) : 3;
+    shown.decimals = format.decimals < 0 ? needed : std::min(format.decimals, needed);
+  }
+  return FormatValue(std::fabs(value) < width * 1e-9 ? 0.0 : value, shown);
+}
+
 std::string HistogramSvg(const Distribution& figure) {
   const double width = 620, height = 300, left = 56, right = 16, top = 16, bottom = 52;
   std::ostringstream svg;
   svg << "<svg class=\"chart histogram\" viewBox=\"0 0 " << width << ' ' << height
       << "\" role=\"img\">";
-  if (figure.bins.empty()) return svg.str() + "</svg>";
-  double lo = figure.bins.front().from, hi = figure.bins.front().to, most = 0;
-  for (const auto& bin : figure.bins) {
-    lo = std::min(lo, bin.from);
-    hi = std::max(hi, bin.to);
-    most = std::max(most, bin.count);
+  const std::vector<Bar> bars = HistogramBars(figure);
+  if (bars.empty()) return svg.str() + "</svg>";
+  // Bins side by side over the plot, each overflow bar a bin's width apart from them.
+  std::size_t bins = 0;
+  double lo = HUGE_VAL, hi = -HUGE_VAL, most = 0;
+  for (const Bar& bar : bars) {
+    most = std::max(most, bar.count);
+    if (bar.side != 0) continue;
+    ++bins;
+    lo = std::min(lo, bar.from);
+    hi = std::max(hi, bar.to);
   }
-  const Axis y = NiceAxis(0, std::max(1.0, most), 4);
+  const bool has_below = bars.front().side < 0, has_above = bars.back().side > 0;
   const double plot_w = width - left - right, plot_h = height - top - bottom;
-  const auto X = [&](double v) { return left + (hi > lo ? (v - lo) / (hi - lo) : 0.5) * plot_w; };
+  const double slots = static_cast<double>(bins) + (has_below ? 1.6 : 0) + (has_above ? 1.6 : 0);
+  const double slot_w = plot_w / std::max(1.0, slots);
+  const double bins_left = left + (has_below ? 1.6 * slot_w : 0);
+  const double bins_w = slot_w * static_cast<double>(bins);
+  const auto X = [&](double v) { return bins_left + (hi > lo ? (v - lo) / (hi - lo) : 0.5) * bins_w; };
+  const Axis y = NiceAxis(0, std::max(1.0, most), 4);
   const auto Y = [&](double v) { return top + plot_h * (1 - (v - y.low) / (y.high - y.low)); };
   for (double t = y.low; t <= y.high + y.step / 2; t += y.step) {
     svg << "<line class=\"grid\" x1=\"" << left << "\" x2=\"" << width - right << "\" y1=\"" << C(Y(t))
         << "\" y2=\"" << C(Y(t)) << "\"/><text class=\"tick y-tick\" x=\"" << left - 8 << "\" y=\""
         << C(Y(t) + 4) << "\">" << TickText(t, y.step) << "</text>";
   }
-  for (const auto& bin : figure.bins) {
-    const double x0 = X(bin.from), x1 = X(bin.to);
-    const std::string range = FormatValue(bin.from, figure.bin_format) + " \u2013 " +
-                              FormatValue(bin.to, figure.bin_format);
-    svg << "<rect class=\"bar\" x=\"" << C(x0 + 0.5) << "\" y=\"" << C(Y(bin.count)) << "\" width=\""
-        << C(std::max(1.0, x1 - x0 - 1)) << "\" height=\"" << C(Y(0) - Y(bin.count))
-        << "\" data-tip=\"" << E(range + "\n" + FormatNumber(bin.count)) << "\"/>";
+  const double bin_width = bins > 0 ? (hi - lo) / static_cast<double>(bins) : 1;
+  const auto Edge = [&](double value) { return EdgeText(value, bin_width, figure.bin_format); };
+  const double label_y = Y(0) + 16;
+  for (const Bar& bar : bars) {
+    double x0 = 0, x1 = 0;
+    std::string tip, label;
+    if (bar.side == 0) {
+      x0 = X(bar.from);
+      x1 = X(bar.to);
+      tip = Edge(bar.from) + " \u2013 " + Edge(bar.to);
+    } else {
+      x0 = bar.side < 0 ? left : X(hi) + 0.6 * slot_w;
+      x1 = x0 + slot_w;
+      label = FacSTDictionary::Shared().Format(bar.side < 0 ? "Output.HistogramBelow" : "Output.HistogramAbove",
+                                                {Edge(bar.side < 0 ? lo : hi)});
+      tip = label + " (" + FormatValue(bar.extreme, figure.bin_format) + ")";
+    }
+    svg << "<rect class=\"bar" << (bar.side != 0 ? " overflow" : "") << "\" x=\"" << C(x0 + 0.5)
+        << "\" y=\"" << C(Y(bar.count)) << "\" width=\"" << C(std::max(1.0, x1 - x0 - 1)) << "\" height=\""
+        << C(Y(0) - Y(bar.count)) << "\" data-tip=\"" << E(tip + "\n" + FormatNumber(bar.count)) << "\"/>";
+    if (bar.side != 0) {
+      svg << "<text class=\"tick x-tick\" x=\"" << C((x0 + x1) / 2) << "\" y=\"" << C(label_y) << "\">"
+          << E(label) << "</text>";
+    }
   }
   svg << "<line class=\"axis\" x1=\"" << left << "\" x2=\"" << width - right << "\" y1=\"" << C(Y(0))
       << "\" y2=\"" << C(Y(0)) << "\"/>";
-  // Edge labels, as many as fit.
-  const std::size_t stride = std::max<std::size_t>(1, (figure.bins.size() + 9) / 10);
-  for (std::size_t i = 0; i <= figure.bins.size(); i += stride) {
-    const double edge = i < figure.bins.size() ? figure.bins[i].from : figure.bins.back().to;
-    svg << "<text class=\"tick x-tick\" x=\"" << C(X(edge)) << "\" y=\"" << C(Y(0) + 16) << "\">"
-        << E(FormatValue(edge, figure.bin_format)) << "</text>";
+  // Edge labels of the bins, as many as fit side by side.
+  std::size_t widest = 1;
+  for (std::size_t i = 0; i <= bins; ++i) widest = std::max(widest, Edge(lo + bin_width * i).size());
+  const double room = bins_w / (static_cast<double>(widest) * 6.5 + 10);
+  const std::size_t stride = std::max<std::size_t>(1, static_cast<std::size_t>(std::ceil(bins / std::max(1.0, room))));
+  for (std::size_t i = 0; i <= bins; i += stride) {
+    const double edge = lo + bin_width * static_cast<double>(i);
+    svg << "<text class=\"tick x-tick\" x=\"" << C(X(edge)) << "\" y=\"" << C(label_y) << "\">"
+        << E(Edge(edge)) << "</text>";
   }
   if (!figure.x_label.empty()) {
     svg << "<text class=\"axis-label\" x=\"" << C(left + plot_w / 2) << "\" y=\"" << height - 8

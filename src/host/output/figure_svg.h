@@ -12,7 +12,10 @@
 namespace host {
 
 // Histogram and dot plot, each as an <svg class="chart histogram|dotplot">, with tabs between
-// them when both are present. Bars and dots carry a `data-tip` with their values.
+// them when both are present. Bars and dots carry a `data-tip` with their values. Values beyond
+// the quartiles by three interquartile ranges go to an overflow bar at that end, labelled as
+// such, and the rest are binned again in round widths (from the dot plot's values; without
+// them, the far bins are merged); bin edges show the decimals their width needs.
 std::string RenderDistributionHtml(const Distribution& figure);
 
 // The model system graph: controls (view, series, significance level), an <svg class="graph">

@@ -2,8 +2,10 @@
 #include "host/output/svg_chart.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <sstream>
 
 #include "host/messages/fac_st_dictionary.h"
@@ -18,22 +20,30 @@ constexpr double kLeft = 64;
 constexpr double kRight = 20;
 constexpr double kLegendRow = 18;
 constexpr double kBottom = 48;
+constexpr double kPlotWidth = kWidth - kLeft - kRight;
 constexpr const char *kPalette[] = {"#2b5a87", "#c0622b", "#3b8a5a", "#7b4f9e",
                                     "#a8842c", "#4f6d7a", "#b5476b", "#5c7c2f"};
 
-std::string Coord(double value) {
-  char buffer[32];
+std::string Fixed(double value, int decimals) {
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
+                                    std::clamp(decimals, 0, 12));
+  std::string text(buffer, result.ptr);
+  if (text.find_first_not_of("-0.") == std::string::npos && text[0] == '-')
+    text.erase(0, 1);
+  return text;
+}
+
+std::string Coord(double value) { return Fixed(value, 1); }
+
+std::string Compact(double value) {
+  char buffer[64];
   const auto result =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 1);
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 8);
   return std::string(buffer, result.ptr);
 }
 
-std::string Significant(double value) {
-  char buffer[64];
-  const auto result =
-      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, 6);
-  return std::string(buffer, result.ptr);
-}
+std::string Word(const char *key) { return FacSTDictionary::Shared().LookUp(key); }
 
 // Ticks at 1, 2 or 5 times a power of ten, about five of them over the range (the classic
 // "nice numbers" rule for graph labels).
@@ -73,66 +83,70 @@ Axis MakeAxis(ValueRange range) {
   return axis;
 }
 
-std::string TickLabel(double value, int decimals) {
-  char buffer[64];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
-                                    std::min(decimals, 12));
-  std::string text(buffer, result.ptr);
-  if (text.find_first_not_of("-0.") == std::string::npos && text[0] == '-')
-    text.erase(0, 1);
-  return text;
-}
-
-class Plot {
-public:
-  Plot(std::size_t count, const Axis &axis, double top) : count_(count), axis_(axis), top_(top) {}
-  double X(std::size_t index) const {
-    const double width = kWidth - kLeft - kRight;
-    if (count_ <= 1)
-      return kLeft + width / 2;
-    return kLeft + width * static_cast<double>(index) / static_cast<double>(count_ - 1);
+// How a line's values sit in the plot: value = high - y * unit, y a whole number. The unit is
+// the power of ten that splits the axis into about a thousand steps (a band, read at a glance,
+// a hundred): the precision the tooltip shows, and what the page stores.
+struct Grid {
+  double high = 1;
+  double unit = 1;
+  long long Y(double value) const { return std::llround((high / 2 - value / 2) / (unit / 2)); }
+  int Decimals() const {
+    return std::max(0, static_cast<int>(-std::floor(std::log10(unit) + 1e-9)));
   }
-  double Y(double value) const {
-    const double height = kHeight - top_ - kBottom;
-    // Divided in two steps so that a span beyond the double range still gives a place.
-    const double share = (axis_.high / 2 - value / 2) / (axis_.high / 2 - axis_.low / 2);
-    return top_ + height * share;
-  }
-  double Step() const {
-    const double width = kWidth - kLeft - kRight;
-    return count_ <= 1 ? width : width / static_cast<double>(count_ - 1);
-  }
-
-private:
-  std::size_t count_;
-  Axis axis_;
-  double top_;
+  Grid Coarser() const { return {high, unit * 10}; }
 };
 
-double LegendWidth(const std::string &name) {
-  return 20 + static_cast<double>(name.size()) * 7 + 24;
+Grid GridOf(const Axis &axis) {
+  const double half = axis.high / 2 - axis.low / 2; // halves: the span may overflow a double
+  return {axis.high, std::pow(10.0, std::floor(std::log10(half) + std::log10(2.0 / 1000)))};
 }
 
-// The polyline of present values, broken where a value is missing.
-std::string LinePath(const Plot &plot, const std::vector<std::optional<double>> &values) {
+// The decimals a line's values need on its grid: none for counts, however fine the grid.
+int DecimalsOf(const Grid &grid, const std::vector<std::optional<double>> &values) {
+  const int most = grid.Decimals();
+  for (int decimals = 0; decimals < most; ++decimals) {
+    const double unit = std::pow(10.0, -decimals);
+    const bool enough = std::all_of(values.begin(), values.end(), [&](const auto &value) {
+      return !value || std::fabs(*value - std::round(*value / unit) * unit) < grid.unit / 2;
+    });
+    if (enough)
+      return decimals;
+  }
+  return most;
+}
+
+// A whole-number path: the first point absolute, the rest relative ("1,-3" is one step right,
+// three units up), a new "M" after a gap; a lone value is a zero-length segment, which a round
+// line cap draws as a dot.
+std::string LinePath(const Grid &grid, const std::vector<std::optional<double>> &values) {
   std::string path;
-  bool open = false;
+  long long last = 0;
+  bool run = false; // a relative run has begun since the last "M"
   for (std::size_t i = 0; i < values.size(); ++i) {
-    if (!values[i]) {
-      open = false;
+    if (!values[i])
       continue;
+    const long long y = grid.Y(*values[i]);
+    if (i == 0 || !values[i - 1]) {
+      path += "M" + std::to_string(i) + "," + std::to_string(y);
+      run = false;
+      if (i + 1 == values.size() || !values[i + 1])
+        path += "l0,0";
+    } else {
+      path += run ? " " : "l";
+      run = true;
+      path += "1" + std::string(y - last >= 0 ? "," : "") + std::to_string(y - last);
     }
-    path += (open ? " L" : " M") + Coord(plot.X(i)) + "," + Coord(plot.Y(*values[i]));
-    open = true;
+    last = y;
   }
   return path;
 }
 
-// One closed shape per stretch where both bounds are present.
-std::string BandPath(const Plot &plot, const LineSeries &series) {
+// The band: per stretch where both bounds are present, the upper bound forward and the lower
+// bound back, closed. The page reads the bounds back from it in that order.
+std::string BandPath(const Grid &grid, const LineSeries &series) {
   std::string path;
-  std::size_t i = 0;
   const std::size_t n = std::min(series.lower.size(), series.upper.size());
+  std::size_t i = 0;
   while (i < n) {
     if (!series.lower[i] || !series.upper[i]) {
       ++i;
@@ -141,149 +155,502 @@ std::string BandPath(const Plot &plot, const LineSeries &series) {
     std::size_t end = i;
     while (end < n && series.lower[end] && series.upper[end])
       ++end;
-    for (std::size_t k = i; k < end; ++k) {
-      path += (k == i ? " M" : " L") + Coord(plot.X(k)) + "," + Coord(plot.Y(*series.upper[k]));
-    }
-    for (std::size_t k = end; k-- > i;) {
-      path += " L" + Coord(plot.X(k)) + "," + Coord(plot.Y(*series.lower[k]));
-    }
-    path += " Z";
+    long long last = grid.Y(*series.upper[i]);
+    path += "M" + std::to_string(i) + "," + std::to_string(last) + "l";
+    const auto step = [&](long long dx, double value) {
+      const long long y = grid.Y(value);
+      if (path.back() != 'l')
+        path += ' ';
+      path += std::to_string(dx) + (y - last >= 0 ? "," : "") + std::to_string(y - last);
+      last = y;
+    };
+    for (std::size_t k = i + 1; k < end; ++k)
+      step(1, *series.upper[k]);
+    step(0, *series.lower[end - 1]);
+    for (std::size_t k = end - 1; k-- > i;)
+      step(-1, *series.lower[k]);
+    path += "z";
     i = end;
   }
   return path;
+}
+
+// ---- Dates of the x axis, for ticks at calendar boundaries.
+
+long long DaysFromCivil(long long y, unsigned m, unsigned d) {
+  y -= m <= 2;
+  const long long era = (y >= 0 ? y : y - 399) / 400;
+  const auto yoe = static_cast<unsigned>(y - era * 400);
+  const unsigned doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
+  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+  return era * 146097 + static_cast<long long>(doe) - 719468;
+}
+
+void CivilFromDays(long long z, long long &y, unsigned &m, unsigned &d) {
+  z += 719468;
+  const long long era = (z >= 0 ? z : z - 146096) / 146097;
+  const auto doe = static_cast<unsigned>(z - era * 146097);
+  const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const unsigned mp = (5 * doy + 2) / 153;
+  d = doy - (153 * mp + 2) / 5 + 1;
+  m = mp < 10 ? mp + 3 : mp - 9;
+  y = static_cast<long long>(yoe) + era * 400 + (m <= 2);
+}
+
+long long FloorDiv(long long a, long long b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0))); }
+
+// "YYYY-MM-DD HH:MM:SS" cut to `length` (10, 16 or 19).
+std::string FormatStamp(long long seconds, std::size_t length) {
+  const long long days = FloorDiv(seconds, 86400);
+  const long long rest = seconds - days * 86400;
+  long long y;
+  unsigned m, d;
+  CivilFromDays(days, y, m, d);
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%04lld-%02u-%02u %02lld:%02lld:%02lld", y, m, d, rest / 3600,
+                rest / 60 % 60, rest % 60);
+  return std::string(buffer).substr(0, length);
+}
+
+std::optional<long long> ParseStamp(const std::string &text) {
+  if (text.size() != 10 && text.size() != 16 && text.size() != 19)
+    return std::nullopt;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char want = i == 4 || i == 7 ? '-' : i == 10 ? ' ' : i == 13 || i == 16 ? ':' : '0';
+    if (want == '0' ? !std::isdigit(static_cast<unsigned char>(text[i])) : text[i] != want)
+      return std::nullopt;
+  }
+  const auto number = [&](std::size_t at, std::size_t length) {
+    return std::stoll(text.substr(at, length));
+  };
+  const long long month = number(5, 2), day = number(8, 2);
+  if (month < 1 || month > 12 || day < 1 || day > 31)
+    return std::nullopt;
+  long long seconds =
+      DaysFromCivil(number(0, 4), static_cast<unsigned>(month), static_cast<unsigned>(day)) * 86400;
+  if (text.size() >= 16)
+    seconds += number(11, 2) * 3600 + number(14, 2) * 60;
+  if (text.size() == 19)
+    seconds += number(17, 2);
+  if (FormatStamp(seconds, text.size()) != text) // 31 February and the like
+    return std::nullopt;
+  return seconds;
+}
+
+// The x labels as times when every one is a date of one form, in increasing order.
+std::vector<long long> TimesOf(const std::vector<std::string> &labels) {
+  std::vector<long long> times;
+  for (const auto &label : labels) {
+    const auto time = ParseStamp(label);
+    if (!time || label.size() != labels.front().size() || (!times.empty() && *time <= times.back()))
+      return {};
+    times.push_back(*time);
+  }
+  return times;
+}
+
+struct Tick {
+  std::size_t index;
+  std::string label;
+};
+
+// One kind of calendar boundary: every `step` seconds from `origin`, or every `months` months
+// (day 1 and, for half months, day 15), labelled with the first `length` characters.
+struct Boundary {
+  long long step = 0;
+  long long origin = 0;
+  int months = 0;
+  bool half = false;
+  std::size_t length = 10;
+};
+
+std::vector<long long> BoundariesIn(const Boundary &kind, long long from, long long to) {
+  std::vector<long long> out;
+  if (kind.months == 0) {
+    for (long long t = kind.origin + FloorDiv(from - kind.origin + kind.step - 1, kind.step) * kind.step;
+         t <= to && out.size() < 100; t += kind.step)
+      out.push_back(t);
+    return out;
+  }
+  long long y;
+  unsigned m, d;
+  CivilFromDays(FloorDiv(from, 86400), y, m, d);
+  long long month = y * 12 + (m - 1);
+  month -= ((month % kind.months) + kind.months) % kind.months;
+  for (; out.size() < 100; month += kind.months) {
+    const long long year = FloorDiv(month, 12);
+    const auto at_month = static_cast<unsigned>(month - year * 12 + 1);
+    for (unsigned day : {1u, 15u}) {
+      if (day == 15 && !kind.half)
+        continue;
+      const long long t = DaysFromCivil(year, at_month, day) * 86400;
+      if (t > to)
+        return out;
+      if (t >= from)
+        out.push_back(t);
+    }
+  }
+  return out;
+}
+
+// Ticks at the coarsest-but-enough calendar boundaries within positions [from, to]: hours, days,
+// Mondays, half months, months, quarters, years; at the point at or after each boundary. Empty
+// when no boundary kind fits.
+std::vector<Tick> CalendarTicks(const std::vector<long long> &times, std::size_t from, std::size_t to) {
+  constexpr long long kHour = 3600, kDay = 86400;
+  const Boundary kinds[] = {
+      {kHour, 0, 0, false, 16},      {3 * kHour, 0, 0, false, 16}, {6 * kHour, 0, 0, false, 16},
+      {12 * kHour, 0, 0, false, 16}, {kDay, 0, 0, false, 10},      {7 * kDay, 4 * kDay, 0, false, 10},
+      {0, 0, 1, true, 10},           {0, 0, 1, false, 7},          {0, 0, 2, false, 7},
+      {0, 0, 3, false, 7},           {0, 0, 6, false, 7},          {0, 0, 12, false, 4},
+      {0, 0, 24, false, 4},          {0, 0, 60, false, 4},         {0, 0, 120, false, 4},
+      {0, 0, 600, false, 4}};
+  const bool timed = from < to && times[from] % kDay == 0 && times[to] % kDay == 0;
+  for (const Boundary &kind : kinds) {
+    if (kind.step != 0 && kind.step < kDay && timed)
+      continue; // whole days: no hour ticks
+    const auto most = static_cast<std::size_t>(kPlotWidth / (static_cast<double>(kind.length) * 6.5 + 22));
+    const auto bounds = BoundariesIn(kind, times[from], times[to]);
+    if (bounds.size() > most || bounds.empty())
+      continue;
+    std::vector<Tick> ticks;
+    for (std::size_t b = 0; b < bounds.size(); ++b) {
+      const auto at = std::lower_bound(times.begin() + static_cast<long>(from),
+                                       times.begin() + static_cast<long>(to) + 1, bounds[b]);
+      if (at == times.begin() + static_cast<long>(to) + 1)
+        break;
+      if (b + 1 < bounds.size() && *at >= bounds[b + 1])
+        continue; // no point in this period
+      const auto index = static_cast<std::size_t>(at - times.begin());
+      if (!ticks.empty() && ticks.back().index == index)
+        continue;
+      ticks.push_back({index, FormatStamp(bounds[b], kind.length)});
+    }
+    if (ticks.size() >= 2 || bounds.size() == 1)
+      return ticks;
+  }
+  return {};
+}
+
+// Labels that are not dates: as many as fit side by side.
+std::vector<Tick> SpacedTicks(const std::vector<std::string> &labels, std::size_t from, std::size_t to) {
+  std::size_t widest = 1;
+  for (std::size_t i = from; i <= to; ++i)
+    widest = std::max(widest, labels[i].size());
+  const double room = kPlotWidth / (static_cast<double>(widest) * 6.5 + 16);
+  const std::size_t fit = std::max<std::size_t>(2, static_cast<std::size_t>(room));
+  const std::size_t stride = std::max<std::size_t>(1, (to - from + fit) / fit);
+  std::vector<Tick> ticks;
+  for (std::size_t i = from; i <= to; i += stride)
+    ticks.push_back({i, labels[i]});
+  return ticks;
+}
+
+double LegendWidth(const std::string &name) {
+  return 20 + static_cast<double>(name.size()) * 7 + 24;
+}
+
+// Lines whose ranges differ this much would draw flat beside each other on one scale.
+bool NeedsOwnScales(const LineChart &chart) {
+  if (chart.series.size() < 2 || chart.forecast_start >= 0)
+    return false;
+  ValueRange all;
+  double narrowest = -1;
+  for (const auto &series : chart.series) {
+    if (!series.lower.empty())
+      return false;
+    const ValueRange one = SeriesRange(series);
+    if (one.empty)
+      continue;
+    all.Add(one.min);
+    all.Add(one.max);
+    const double span = one.max - one.min;
+    narrowest = narrowest < 0 ? span : std::min(narrowest, span);
+  }
+  return narrowest >= 0 && std::isfinite(all.max - all.min) && all.max - all.min > 4 * narrowest;
+}
+
+// Mean and standard deviation of a line's values (1 when they do not vary).
+std::pair<double, double> Moments(const std::vector<std::optional<double>> &values) {
+  double sum = 0, squares = 0, count = 0;
+  for (const auto &value : values) {
+    if (!value)
+      continue;
+    sum += *value;
+    count += 1;
+  }
+  const double mean = count > 0 ? sum / count : 0;
+  for (const auto &value : values) {
+    if (value)
+      squares += (*value - mean) * (*value - mean);
+  }
+  const double sd = count > 1 ? std::sqrt(squares / (count - 1)) : 0;
+  return {mean, sd > 0 && std::isfinite(sd) ? sd : 1};
+}
+
+void XTicks(std::ostringstream &svg, const std::vector<Tick> &ticks, std::size_t from, std::size_t to,
+            double bottom, const char *view) {
+  const double span = to > from ? static_cast<double>(to - from) : 1;
+  svg << "<g class=\"x-ticks" << view << "\">";
+  for (const Tick &tick : ticks) {
+    const double x = to > from ? kLeft + kPlotWidth * static_cast<double>(tick.index - from) / span
+                               : kLeft + kPlotWidth / 2;
+    svg << "<path class=\"axis\" d=\"M" << Coord(x) << "," << bottom << "v4\"/><text class=\"tick x-tick\" x=\""
+        << Coord(x) << "\" y=\"" << bottom + 18 << "\">" << EscapeMarkup(tick.label) << "</text>";
+  }
+  svg << "</g>";
 }
 
 } // namespace
 
 std::string RenderLineChartSvg(const LineChart &chart) {
   const std::size_t count = chart.x.size();
-  ValueRange range;
-  for (const auto &series : chart.series) {
-    const ValueRange one = SeriesRange(series);
-    if (!one.empty) {
-      range.Add(one.min);
-      range.Add(one.max);
+  const bool own_scales = NeedsOwnScales(chart);
+  // Each line's grid; with own scales, each line's values standardised onto one z axis.
+  std::vector<Grid> grids;
+  std::vector<std::string> transforms;
+  Axis axis;
+  if (own_scales) {
+    ValueRange z;
+    std::vector<std::pair<double, double>> moments;
+    for (const auto &series : chart.series) {
+      moments.push_back(Moments(series.y));
+      const ValueRange one = SeriesRange(series);
+      if (!one.empty) {
+        z.Add((one.min - moments.back().first) / moments.back().second);
+        z.Add((one.max - moments.back().first) / moments.back().second);
+      }
     }
+    axis = MakeAxis(z);
+    const Grid shared = GridOf(axis);
+    for (std::size_t s = 0; s < chart.series.size(); ++s) {
+      const Grid own = GridOf(MakeAxis(SeriesRange(chart.series[s])));
+      const auto [mean, sd] = moments[s];
+      // shared y = a * own y + b, from value = own.high - own y * own.unit = mean + z * sd.
+      const double a = own.unit / (sd * shared.unit);
+      const double b = (shared.high - (own.high - mean) / sd) / shared.unit;
+      grids.push_back(own);
+      transforms.push_back(" transform=\"matrix(1 0 0 " + Compact(a) + " 0 " + Compact(b) + ")\"");
+    }
+  } else {
+    ValueRange range;
+    for (const auto &series : chart.series) {
+      const ValueRange one = SeriesRange(series);
+      if (!one.empty) {
+        range.Add(one.min);
+        range.Add(one.max);
+      }
+    }
+    axis = MakeAxis(range);
+    grids.assign(chart.series.size(), GridOf(axis));
+    transforms.assign(chart.series.size(), "");
   }
-  const Axis axis = MakeAxis(range);
+  const Grid frame = GridOf(axis);
+  const long long height_units = frame.Y(axis.low);
+  std::size_t banded = chart.series.size(); // the first series with a band
+  for (std::size_t s = chart.series.size(); s-- > 0;) {
+    if (!chart.series[s].lower.empty())
+      banded = s;
+  }
+
+  // The view it opens on: with a forecast, recent history five times the forecast's length, so
+  // the forecast takes a fifth of the width; the whole history is one button away.
+  const std::size_t last = count > 0 ? count - 1 : 0;
+  std::size_t recent = 0;
+  if (chart.forecast_start > 0) {
+    const auto forecast = count - static_cast<std::size_t>(chart.forecast_start);
+    if (last > 5 * forecast)
+      recent = last - 5 * forecast;
+  }
+  // The recent view's values get a y axis of their own, a part of the same grid.
+  Axis recent_axis = axis;
+  if (recent > 0) {
+    ValueRange range;
+    for (const auto &series : chart.series) {
+      for (const auto *values : {&series.y, &series.lower, &series.upper}) {
+        for (std::size_t i = recent; i < values->size(); ++i)
+          range.Add((*values)[i]);
+      }
+    }
+    recent_axis = MakeAxis(range);
+  }
+  const auto Rows = [&](const Axis &shown) {
+    return std::make_pair(frame.Y(shown.high), frame.Y(shown.low) - frame.Y(shown.high));
+  };
+  // Too fine a part for the grid (flat recent values in a wide history): the whole axis.
+  if (Rows(recent_axis).second < 20)
+    recent_axis = axis;
+  const auto ViewBox = [&](std::size_t from, const Axis &shown) {
+    const auto [row, rows] = Rows(shown);
+    const std::string x = last == 0 ? "-1" : std::to_string(from);
+    const std::string w = last == 0 ? "2" : std::to_string(last - from);
+    return x + " " + std::to_string(row) + " " + w + " " + std::to_string(rows);
+  };
+
   // The legend wraps into rows above the plot; the plot starts below the last row.
+  struct Entry {
+    std::string name;
+    std::string swatch;
+  };
+  std::vector<Entry> entries;
+  for (std::size_t s = 0; s < chart.series.size(); ++s) {
+    entries.push_back({chart.series[s].name, "<rect class=\"swatch\" fill=\"" +
+                                                 std::string(kPalette[s % std::size(kPalette)]) +
+                                                 "\" width=\"14\" height=\"4\" rx=\"1\" y=\"-6\""});
+  }
+  if (banded < chart.series.size())
+    entries.push_back({Word("Output.ChartBandLegend"),
+                       "<rect class=\"swatch band-swatch\" fill=\"" +
+                           std::string(kPalette[banded % std::size(kPalette)]) +
+                           "\" width=\"14\" height=\"10\" y=\"-9\""});
+  if (chart.forecast_start >= 0)
+    entries.push_back({Word("Forecast"),
+                       "<rect class=\"swatch forecast-swatch\" width=\"14\" height=\"10\" y=\"-9\""});
   std::vector<std::pair<double, double>> legend_at;
   double legend_x = kLeft;
   double legend_y = 20;
-  for (const auto &series : chart.series) {
-    if (legend_x > kLeft && legend_x + LegendWidth(series.name) > kWidth - kRight) {
+  for (const auto &entry : entries) {
+    if (legend_x > kLeft && legend_x + LegendWidth(entry.name) > kWidth - kRight) {
       legend_x = kLeft;
       legend_y += kLegendRow;
     }
     legend_at.emplace_back(legend_x, legend_y);
-    legend_x += LegendWidth(series.name);
+    legend_x += LegendWidth(entry.name);
   }
   const double top = legend_y + 20;
-  const Plot plot(count, axis, top);
   const double bottom = kHeight - kBottom;
+  const double plot_height = bottom - top;
+  const auto YIn = [&](const Axis &shown, double value) {
+    const auto [row, rows] = Rows(shown);
+    return top + plot_height * static_cast<double>(frame.Y(value) - row) / static_cast<double>(rows);
+  };
+
   std::ostringstream svg;
-  svg << "<svg class=\"chart\" viewBox=\"0 0 " << kWidth << ' ' << kHeight
-      << "\" role=\"img\" preserveAspectRatio=\"xMidYMid meet\">";
-
-  // Forecast region first, so everything else draws over it.
-  if (chart.forecast_start >= 0 && count > 0) {
-    const auto start = static_cast<std::size_t>(chart.forecast_start);
-    const double from = start == 0 ? kLeft : plot.X(start) - plot.Step() / 2;
-    svg << "<rect class=\"forecast\" x=\"" << Coord(from) << "\" y=\"" << top << "\" width=\""
-        << Coord(kWidth - kRight - from) << "\" height=\"" << bottom - top << "\"/>"
-        << "<line class=\"forecast-edge\" x1=\"" << Coord(from) << "\" x2=\"" << Coord(from)
-        << "\" y1=\"" << top << "\" y2=\"" << bottom << "\"/>"
-        << "<text class=\"forecast-label\" x=\"" << Coord(from + 6) << "\" y=\"" << top + 14
-        << "\">" << EscapeMarkup(FacSTDictionary::Shared().LookUp("Forecast")) << "</text>";
+  svg << "<svg class=\"chart line-chart" << (recent > 0 ? " view-recent" : "") << "\" viewBox=\"0 0 "
+      << kWidth << ' ' << kHeight << "\" role=\"img\" preserveAspectRatio=\"xMidYMid meet\" data-n=\""
+      << count << "\"";
+  // The x labels: a start, a step in seconds and a length when they are evenly spaced dates,
+  // else the list.
+  const std::vector<long long> times = TimesOf(chart.x);
+  bool even = times.size() >= 2;
+  for (std::size_t i = 2; even && i < times.size(); ++i)
+    even = times[i] - times[i - 1] == times[1] - times[0];
+  if (even) {
+    svg << " data-x0=\"" << times[0] << "\" data-dx=\"" << times[1] - times[0] << "\" data-xl=\""
+        << chart.x[0].size() << "\"";
+  } else {
+    svg << " data-x=\"" << EscapeMarkup(nlohmann::json(chart.x).dump()) << "\"";
   }
-
-  // Grid and y ticks.
-  // Values near the ends of the double range overflow the span: keep the tick count sane.
-  const double span_steps = (axis.high - axis.low) / axis.step;
-  const long ticks = std::isfinite(span_steps) ? std::clamp(std::lround(span_steps), 1L, 50L) : 4L;
-  for (long k = 0; k <= ticks; ++k) {
-    const double share = static_cast<double>(k) / static_cast<double>(ticks);
-    const double tick = axis.low * (1 - share) + axis.high * share;
-    const double y = plot.Y(tick);
-    svg << "<line class=\"grid\" x1=\"" << kLeft << "\" x2=\"" << kWidth - kRight << "\" y1=\""
-        << Coord(y) << "\" y2=\"" << Coord(y) << "\"/>"
-        << "<text class=\"tick y-tick\" x=\"" << kLeft - 8 << "\" y=\"" << Coord(y + 4) << "\">"
-        << TickLabel(tick, axis.decimals) << "</text>";
+  if (recent > 0) {
+    svg << " data-recent=\"" << ViewBox(recent, recent_axis) << "\" data-whole=\""
+        << ViewBox(0, axis) << "\" data-views=\""
+        << EscapeMarkup(Word("Output.ChartRecent") + "\n" + Word("Output.ChartWhole")) << "\"";
   }
-  svg << "<line class=\"axis\" x1=\"" << kLeft << "\" x2=\"" << kWidth - kRight << "\" y1=\""
-      << bottom << "\" y2=\"" << bottom << "\"/>";
+  svg << ">";
 
-  // X labels: as many as fit side by side.
+  // Grid and y ticks, one set per view.
+  const auto YTicks = [&](const Axis &shown, const char *view) {
+    // Values near the ends of the double range overflow the span: keep the tick count sane.
+    const double span_steps = (shown.high - shown.low) / shown.step;
+    const long ticks = std::isfinite(span_steps) ? std::clamp(std::lround(span_steps), 1L, 50L) : 4L;
+    svg << "<g class=\"y-ticks" << view << "\">";
+    for (long k = 0; k <= ticks; ++k) {
+      const double share = static_cast<double>(k) / static_cast<double>(ticks);
+      const double tick = shown.low * (1 - share) + shown.high * share;
+      const double y = YIn(shown, tick);
+      svg << "<path class=\"grid\" d=\"M" << kLeft << "," << Coord(y) << "h" << kPlotWidth
+          << "\"/><text class=\"tick y-tick\" x=\"" << kLeft - 8 << "\" y=\"" << Coord(y + 4) << "\">"
+          << Fixed(tick, shown.decimals) << "</text>";
+    }
+    svg << "</g>";
+  };
+  if (recent > 0) {
+    YTicks(recent_axis, " for-recent");
+    YTicks(axis, " for-whole");
+  } else {
+    YTicks(axis, "");
+  }
+  svg << "<path class=\"axis\" d=\"M" << kLeft << "," << bottom << "h" << kPlotWidth << "\"/>";
+
+  // X ticks, one set per view.
   if (count > 0) {
-    std::size_t widest = 1;
-    for (const auto &label : chart.x)
-      widest = std::max(widest, label.size());
-    const double room = (kWidth - kLeft - kRight) / (static_cast<double>(widest) * 6.5 + 16);
-    const std::size_t fit = std::max<std::size_t>(2, static_cast<std::size_t>(room));
-    const std::size_t stride = std::max<std::size_t>(1, (count + fit - 1) / fit);
-    for (std::size_t i = 0; i < count; i += stride) {
-      svg << "<line class=\"axis\" x1=\"" << Coord(plot.X(i)) << "\" x2=\"" << Coord(plot.X(i))
-          << "\" y1=\"" << bottom << "\" y2=\"" << bottom + 4 << "\"/>"
-          << "<text class=\"tick x-tick\" x=\"" << Coord(plot.X(i)) << "\" y=\"" << bottom + 18
-          << "\">" << EscapeMarkup(chart.x[i]) << "</text>";
+    const auto TicksOver = [&](std::size_t from) {
+      auto ticks_here = times.empty() ? std::vector<Tick>{} : CalendarTicks(times, from, last);
+      return ticks_here.empty() ? SpacedTicks(chart.x, from, last) : ticks_here;
+    };
+    if (recent > 0) {
+      XTicks(svg, TicksOver(recent), recent, last, bottom, " for-recent");
+      XTicks(svg, TicksOver(0), 0, last, bottom, " for-whole");
+    } else {
+      XTicks(svg, TicksOver(0), 0, last, bottom, "");
     }
   }
   if (!chart.x_label.empty()) {
-    svg << "<text class=\"axis-label\" x=\"" << Coord(kLeft + (kWidth - kLeft - kRight) / 2)
-        << "\" y=\"" << kHeight - 6 << "\">" << EscapeMarkup(chart.x_label) << "</text>";
+    svg << "<text class=\"axis-label\" x=\"" << Coord(kLeft + kPlotWidth / 2) << "\" y=\""
+        << kHeight - 6 << "\">" << EscapeMarkup(chart.x_label) << "</text>";
   }
-  if (!chart.y_label.empty()) {
-    svg << "<text class=\"axis-label\" transform=\"translate(14 " << Coord(top + (bottom - top) / 2)
-        << ") rotate(-90)\">" << EscapeMarkup(chart.y_label) << "</text>";
+  const std::string y_label = own_scales ? Word("Output.ChartStandardised") : chart.y_label;
+  if (!y_label.empty()) {
+    svg << "<text class=\"axis-label\" transform=\"translate(14 " << Coord(top + plot_height / 2)
+        << ") rotate(-90)\">" << EscapeMarkup(y_label) << "</text>";
   }
 
-  // Bands under lines.
+  // The plot: positions and grid units, stretched to the plot's box; its view box is the view.
+  svg << "<svg class=\"plot\" x=\"" << kLeft << "\" y=\"" << Coord(top) << "\" width=\"" << kPlotWidth
+      << "\" height=\"" << Coord(plot_height) << "\" viewBox=\"" << ViewBox(recent, recent_axis)
+      << "\" preserveAspectRatio=\"none\">";
+  if (chart.forecast_start >= 0 && count > 0) {
+    const double edge = chart.forecast_start - 0.5;
+    svg << "<rect class=\"forecast\" x=\"" << Coord(std::max(edge, -1.0)) << "\" y=\"" << -height_units
+        << "\" width=\"" << count + 1 << "\" height=\"" << 3 * height_units << "\"/>";
+    if (chart.forecast_start > 0) {
+      svg << "<path class=\"forecast-edge\" d=\"M" << Coord(edge) << "," << -height_units << "v"
+          << 3 * height_units << "\"/>";
+    }
+  }
   for (std::size_t s = 0; s < chart.series.size(); ++s) {
-    const std::string band = BandPath(plot, chart.series[s]);
+    const Grid coarse = grids[s].Coarser();
+    const std::string band = BandPath(coarse, chart.series[s]);
     if (band.empty())
       continue;
-    svg << "<path class=\"band\" fill=\"" << kPalette[s % std::size(kPalette)] << "\" d=\""
-        << band.substr(1) << "\"/>";
+    svg << "<path class=\"band\" fill=\"" << kPalette[s % std::size(kPalette)] << "\" data-s=\"" << s
+        << "\" data-v=\"" << Compact(coarse.high) << " " << Compact(coarse.unit)
+        << "\" transform=\"scale(1 10)\" d=\"" << band << "\"/>";
   }
   for (std::size_t s = 0; s < chart.series.size(); ++s) {
-    const std::string line = LinePath(plot, chart.series[s].y);
-    if (line.empty())
-      continue;
-    svg << "<path class=\"line\" stroke=\"" << kPalette[s % std::size(kPalette)] << "\" d=\""
-        << line.substr(1) << "\"/>";
-    // A lone value between gaps draws no segment: mark it.
-    const auto &y = chart.series[s].y;
-    for (std::size_t i = 0; i < y.size(); ++i) {
-      const bool alone = y[i] && (i == 0 || !y[i - 1]) && (i + 1 == y.size() || !y[i + 1]);
-      if (alone) {
-        svg << "<circle class=\"dot\" fill=\"" << kPalette[s % std::size(kPalette)] << "\" cx=\""
-            << Coord(plot.X(i)) << "\" cy=\"" << Coord(plot.Y(*y[i])) << "\" r=\"2.5\"/>";
-      }
+    svg << "<path class=\"line\" stroke=\"" << kPalette[s % std::size(kPalette)] << "\" data-s=\""
+        << s << "\" data-name=\"" << EscapeMarkup(chart.series[s].name) << "\" data-v=\""
+        << Compact(grids[s].high) << " " << Compact(grids[s].unit) << " "
+        << DecimalsOf(grids[s], chart.series[s].y) << "\"" << transforms[s]
+        << " d=\"" << LinePath(grids[s], chart.series[s].y) << "\"/>";
+  }
+  svg << "</svg>";
+
+  // The forecast's label: inside its region when it is wide enough, else left of its edge.
+  if (chart.forecast_start > 0) {
+    const std::string word = EscapeMarkup(Word("Forecast"));
+    const double label_width = static_cast<double>(word.size()) * 6.5 + 12;
+    const auto Label = [&](std::size_t from, const char *view) {
+      const double span = static_cast<double>(std::max<std::size_t>(1, last - from));
+      const double x = kLeft + kPlotWidth * (chart.forecast_start - 0.5 - static_cast<double>(from)) / span;
+      const bool inside = kWidth - kRight - x >= label_width;
+      svg << "<text class=\"forecast-label" << view << "\" x=\"" << Coord(inside ? x + 6 : x - 6)
+          << "\" y=\"" << Coord(top + 14) << "\"" << (inside ? "" : " text-anchor=\"end\"") << ">"
+          << word << "</text>";
+    };
+    if (recent > 0) {
+      Label(recent, " for-recent");
+      Label(0, " for-whole");
+    } else {
+      Label(0, "");
     }
   }
 
-  for (std::size_t s = 0; s < chart.series.size(); ++s) {
-    const auto [x, y] = legend_at[s];
-    svg << "<rect class=\"swatch\" fill=\"" << kPalette[s % std::size(kPalette)] << "\" x=\""
-        << Coord(x) << "\" y=\"" << Coord(y - 6) << "\" width=\"14\" height=\"4\" rx=\"1\"/>"
-        << "<text class=\"legend\" x=\"" << Coord(x + 20) << "\" y=\"" << Coord(y) << "\">"
-        << EscapeMarkup(chart.series[s].name) << "</text>";
-  }
-
-  // Hover areas, last so they catch the pointer.
-  for (std::size_t i = 0; i < count; ++i) {
-    std::string tip = chart.x[i];
-    for (const auto &series : chart.series) {
-      tip += "\n" + series.name + ": " + (series.y[i] ? Significant(*series.y[i]) : "\xE2\x80\x93");
-      if (i < series.lower.size() && series.lower[i] && series.upper[i]) {
-        tip += "  [" + Significant(*series.lower[i]) + ", " + Significant(*series.upper[i]) + "]";
-      }
-    }
-    const double from = std::max(kLeft, plot.X(i) - plot.Step() / 2);
-    const double to = std::min(kWidth - kRight, plot.X(i) + plot.Step() / 2);
-    svg << "<rect class=\"hit\" x=\"" << Coord(from) << "\" y=\"" << top << "\" width=\""
-        << Coord(to - from) << "\" height=\"" << bottom - top << "\" data-tip=\""
-        << EscapeMarkup(tip) << "\"/>";
+  for (std::size_t e = 0; e < entries.size(); ++e) {
+    const auto [x, y] = legend_at[e];
+    svg << "<g transform=\"translate(" << Coord(x) << " " << Coord(y) << ")\">" << entries[e].swatch
+        << "/><text class=\"legend\" x=\"20\">" << EscapeMarkup(entries[e].name) << "</text></g>";
   }
   svg << "</svg>";
   return svg.str();

@@ -8,10 +8,16 @@
 
 namespace host {
 
-// An inline <svg> element (no namespace attribute: it lives in an HTML page) drawing the chart:
-// one line per series, its confidence band shaded, the forecast region marked, y grid lines
-// with round ticks, a legend, and one hover area per x position whose `data-tip` attribute
-// holds the values there. Every text is escaped. A chart with no values gives the axes alone.
+// An inline <svg class="chart line-chart"> element (no namespace attribute: it lives in an HTML
+// page) drawing the chart as a static picture: one path per line and per band, the forecast
+// region marked with its label, y grid lines with round ticks, x ticks at calendar boundaries
+// when the x labels are dates, and a legend with the band and the forecast. The lines sit in a
+// nested <svg class="plot"> whose view box is in positions and whole grid units, so the paths
+// are the chart's only copy of its values (at the precision the tooltip shows) and the page's
+// script reads them back for its hover layer. With a forecast, the plot opens on recent history
+// (the forecast a fifth of the width) and carries the ticks of both views. Lines on scales far
+// apart (the top inputs of a series) are standardised, each path keeping its own values. Every
+// text is escaped. A chart with no values gives the axes alone.
 std::string RenderLineChartSvg(const LineChart &chart);
 
 } // namespace host

@@ -349,7 +349,7 @@ TEST_F(ReportTest, HtmlDrawsEveryFigureKindInline) {
   const std::string html = RenderHtml(document_);
   const auto has = [&](const std::string& piece) { return html.find(piece) != std::string::npos; };
   // Line chart with its band and forecast region.
-  EXPECT_TRUE(has("<svg class=\"chart\""));
+  EXPECT_TRUE(has("<svg class=\"chart line-chart"));
   EXPECT_TRUE(has("<path class=\"band\""));
   EXPECT_TRUE(has("<rect class=\"forecast\""));
   // Histogram and dot plot.

@@ -1,6 +1,7 @@
-// Behaviour of the report's figures: tabs, value tips, the model system graph (views, a
-// significance filter, hover highlight of a series' inputs and outputs, details) and impact
-// trees (choosing a series shows its plot).
+// Behaviour of the report's figures: line charts (a hover layer that reads each chart's values
+// back from its paths, and the switch between recent and whole history), tabs, value tips, the
+// model system graph (views, a significance filter, hover highlight of a series' inputs and
+// outputs, details) and impact trees (choosing a series shows its plot).
 (function () {
   "use strict";
 
@@ -13,7 +14,7 @@
     tip.style.top = y + "px";
   }
   if (tip) {
-    document.querySelectorAll(".figure [data-tip]:not(.hit)").forEach(function (item) {
+    document.querySelectorAll(".figure [data-tip]").forEach(function (item) {
       item.addEventListener("mouseenter", function () {
         tip.textContent = item.getAttribute("data-tip");
         tip.hidden = false;
@@ -22,6 +23,135 @@
       item.addEventListener("mouseleave", function () { tip.hidden = true; });
     });
   }
+
+  // Line charts. Each path is whole numbers on the chart's grid: "M" starts a stretch at an
+  // absolute (position, y), "l" pairs step from the last point; a band runs along its upper
+  // bound and back along its lower one. A value is high - y * unit, shown with the given
+  // decimals (data-v "high unit [decimals]").
+  function pathPoints(d) {
+    var stretches = [], points = null, x = 0, y = 0, command = "";
+    var tokens = d.match(/[MlzZ]|-?\d+/g) || [];
+    for (var i = 0; i < tokens.length; i++) {
+      var token = tokens[i];
+      if (/[MlzZ]/.test(token)) {
+        command = token;
+        if (command === "M") stretches.push(points = []);
+        continue;
+      }
+      var dx = Number(token), dy = Number(tokens[++i]);
+      if (command === "M") { x = dx; y = dy; } else { x += dx; y += dy; }
+      points.push([x, y]);
+    }
+    return stretches;
+  }
+  function readLines(svg, count) {
+    var lines = [], bands = {};
+    svg.querySelectorAll("svg.plot path[data-v]").forEach(function (path) {
+      var scale = path.getAttribute("data-v").split(" ").map(Number);
+      var decimals = scale.length > 2 ? scale[2] : Math.max(0, -Math.floor(Math.log10(scale[1]) + 1e-9));
+      // In halves: the span may overflow a double.
+      function value(y) { return (2 * (scale[0] / 2 - y * scale[1] / 2)).toFixed(decimals); }
+      var stretches = pathPoints(path.getAttribute("d"));
+      if (path.classList.contains("band")) {
+        var lower = [], upper = [];
+        stretches.forEach(function (points) {
+          var half = points.length / 2;
+          for (var k = 0; k < half; k++) {
+            upper[points[k][0]] = value(points[k][1]);
+            lower[points[points.length - 1 - k][0]] = value(points[points.length - 1 - k][1]);
+          }
+        });
+        bands[path.getAttribute("data-s")] = { lower: lower, upper: upper };
+      } else {
+        var values = new Array(count);
+        stretches.forEach(function (points) {
+          points.forEach(function (point) { values[point[0]] = value(point[1]); });
+        });
+        lines.push({ name: path.getAttribute("data-name"), values: values, s: path.getAttribute("data-s") });
+      }
+    });
+    lines.forEach(function (line) { line.band = bands[line.s]; });
+    return lines;
+  }
+  function xLabels(svg) {
+    if (svg.hasAttribute("data-x")) {
+      var list = JSON.parse(svg.getAttribute("data-x"));
+      return function (i) { return list[i]; };
+    }
+    var start = Number(svg.getAttribute("data-x0")), step = Number(svg.getAttribute("data-dx"));
+    var length = Number(svg.getAttribute("data-xl"));
+    return function (i) {
+      return new Date((start + i * step) * 1000).toISOString().replace("T", " ").slice(0, length);
+    };
+  }
+  function setupLineChart(svg) {
+    var plot = svg.querySelector("svg.plot");
+    var count = Number(svg.getAttribute("data-n"));
+    if (!plot || !count) return;
+    var data = null, labelAt = xLabels(svg), ns = svg.namespaceURI;
+    var cursor = document.createElementNS(ns, "path");
+    cursor.setAttribute("class", "cursor");
+    cursor.setAttribute("hidden", "");
+    plot.appendChild(cursor);
+    var area = document.createElementNS(ns, "rect");
+    area.setAttribute("class", "hover-area");
+    var whole = (svg.getAttribute("data-whole") || plot.getAttribute("viewBox")).split(" ").map(Number);
+    area.setAttribute("x", "-1");
+    area.setAttribute("y", String(whole[1] - whole[3]));
+    area.setAttribute("width", String(count + 1));
+    area.setAttribute("height", String(3 * whole[3]));
+    plot.appendChild(area);
+    function text(i) {
+      var lines = [labelAt(i)];
+      data.forEach(function (line) {
+        var shown = line.name + ": " + (line.values[i] === undefined ? "\u2013" : line.values[i]);
+        if (line.band && line.band.lower[i] !== undefined) {
+          shown += "  [" + line.band.lower[i] + ", " + line.band.upper[i] + "]";
+        }
+        lines.push(shown);
+      });
+      return lines.join("\n");
+    }
+    area.addEventListener("mousemove", function (event) {
+      if (!tip) return;
+      data = data || readLines(svg, count);
+      // The pointer in the chart's units, then in the plot's positions.
+      var point = svg.createSVGPoint(), view = plot.viewBox.baseVal;
+      point.x = event.clientX;
+      point.y = event.clientY;
+      point = point.matrixTransform(svg.getScreenCTM().inverse());
+      var at = view.x + (point.x - plot.x.baseVal.value) / plot.width.baseVal.value * view.width;
+      var i = Math.max(0, Math.min(count - 1, Math.round(at)));
+      cursor.setAttribute("d", "M" + i + "," + view.y + "v" + view.height);
+      cursor.removeAttribute("hidden");
+      tip.textContent = text(i);
+      tip.hidden = false;
+      placeTip(event);
+    });
+    area.addEventListener("mouseleave", function () {
+      cursor.setAttribute("hidden", "");
+      if (tip) tip.hidden = true;
+    });
+    // Recent history or the whole of it: the plot's view box and the x ticks of the view.
+    if (!svg.hasAttribute("data-recent")) return;
+    var words = svg.getAttribute("data-views").split("\n");
+    var bar = document.createElement("div");
+    bar.className = "chart-views";
+    words.forEach(function (word, k) {
+      var button = document.createElement("button");
+      button.type = "button";
+      button.className = "tab" + (k === 0 ? " active" : "");
+      button.textContent = word;
+      button.addEventListener("click", function () {
+        plot.setAttribute("viewBox", svg.getAttribute(k === 0 ? "data-recent" : "data-whole"));
+        svg.classList.toggle("view-recent", k === 0);
+        bar.querySelectorAll(".tab").forEach(function (other) { other.classList.toggle("active", other === button); });
+      });
+      bar.appendChild(button);
+    });
+    svg.parentNode.insertBefore(bar, svg);
+  }
+  document.querySelectorAll("svg.line-chart").forEach(setupLineChart);
 
   // Tabs: a button shows the pane of its name within its own figure.
   document.querySelectorAll(".figure .tabs").forEach(function (bar) {

@@ -1,0 +1,327 @@
+// This file contains tests of the report's charts as a reader meets them: the values a line
+// chart carries (read back as the page's script reads them for its tooltip), the view a series
+// plot opens on, its date ticks, lines on scales of their own, and the histogram's overflow bar.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <map>
+#include <regex>
+
+#include "host/messages/fac_st_dictionary.h"
+#include "host/output/chart_data.h"
+#include "host/output/chart_model.h"
+#include "host/output/figure_svg.h"
+#include "host/output/svg_chart.h"
+
+namespace host {
+namespace {
+
+constexpr auto npos = std::string::npos;
+
+std::string Attribute(const std::string &element, const std::string &name) {
+  const std::string key = " " + name + "=\"";
+  const auto at = element.find(key);
+  if (at == npos)
+    return {};
+  const auto from = at + key.size();
+  return element.substr(from, element.find('"', from) - from);
+}
+
+// The opening tags that start with `opening`.
+std::vector<std::string> Elements(const std::string &svg, const std::string &opening) {
+  std::vector<std::string> out;
+  for (auto at = svg.find(opening); at != npos; at = svg.find(opening, at + 1))
+    out.push_back(svg.substr(at, svg.find('>', at) - at + 1));
+  return out;
+}
+
+// Every first group of `pattern` in `text`.
+std::vector<std::string> Captures(const std::string &text, const std::string &pattern) {
+  std::vector<std::string> out;
+  const std::regex regex(pattern);
+  for (auto it = std::sregex_iterator(text.begin(), text.end(), regex); it != std::sregex_iterator(); ++it)
+    out.push_back((*it)[1]);
+  return out;
+}
+
+// The texts inside the group that starts with `opening`.
+std::vector<std::string> TextsIn(const std::string &svg, const std::string &opening) {
+  const auto from = svg.find(opening);
+  return from == npos ? std::vector<std::string>{}
+                      : Captures(svg.substr(from, svg.find("</g>", from) - from), "<text[^>]*>([^<]*)</text>");
+}
+
+std::vector<double> Numbers(const std::string &text) {
+  std::vector<double> out;
+  std::istringstream in(text);
+  for (double value; in >> value;)
+    out.push_back(value);
+  return out;
+}
+
+// A path's stretches of (position, grid row), as the page's script reads them.
+std::vector<std::vector<std::pair<long long, long long>>> Stretches(const std::string &d) {
+  std::vector<std::vector<std::pair<long long, long long>>> stretches;
+  const auto tokens = Captures(d, "([Mlz]|-?[0-9]+)");
+  char command = 0;
+  long long x = 0, y = 0;
+  for (std::size_t i = 0; i < tokens.size(); ++i) {
+    if (std::isalpha(static_cast<unsigned char>(tokens[i][0]))) {
+      command = tokens[i][0];
+      if (command == 'M')
+        stretches.emplace_back();
+      continue;
+    }
+    const long long dx = std::stoll(tokens[i]), dy = std::stoll(tokens[++i]);
+    x = command == 'M' ? dx : x + dx;
+    y = command == 'M' ? dy : y + dy;
+    stretches.back().emplace_back(x, y);
+  }
+  return stretches;
+}
+
+struct Carried {
+  std::map<long long, double> values, lower, upper;
+  double unit = 0;
+};
+
+// What a line (and the band drawn for it) carries: value = high - row * unit.
+Carried Read(const std::string &svg, std::size_t series) {
+  Carried out;
+  for (const auto &path : Elements(svg, "<path class=\"")) {
+    if (Attribute(path, "data-s") != std::to_string(series))
+      continue;
+    const auto scale = Numbers(Attribute(path, "data-v"));
+    const auto stretches = Stretches(Attribute(path, "d"));
+    // In halves, as the writer does: the span may overflow a double.
+    const auto value = [&](long long row) {
+      return 2 * (scale[0] / 2 - static_cast<double>(row) * (scale[1] / 2));
+    };
+    if (path.find("class=\"band\"") != npos) {
+      for (const auto &points : stretches) {
+        for (std::size_t k = 0; k < points.size() / 2; ++k) {
+          out.upper[points[k].first] = value(points[k].second);
+          out.lower[points[points.size() - 1 - k].first] = value(points[points.size() - 1 - k].second);
+        }
+      }
+    } else {
+      out.unit = scale[1];
+      for (const auto &points : stretches) {
+        for (const auto &[x, row] : points)
+          out.values[x] = value(row);
+      }
+    }
+  }
+  return out;
+}
+
+// `count` days from 2024-01-01, as "YYYY-MM-DD".
+std::vector<std::string> Daily(int count) {
+  std::vector<std::string> labels;
+  for (int i = 0; i < count; ++i) {
+    const std::chrono::year_month_day day{std::chrono::sys_days{std::chrono::year{2024} / 1 / 1} +
+                                          std::chrono::days{i}};
+    char text[48];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(day.year()),
+                  static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
+    labels.push_back(text);
+  }
+  return labels;
+}
+
+TEST(LineChartSvg, CarriesEachValueOnceAtThePrecisionItShows) {
+  struct Case {
+    const char *name;
+    std::vector<std::optional<double>> y, lower, upper;
+  };
+  const std::vector<Case> cases = {
+      {"counts with gaps and a lone value", {3000, 2512, std::nullopt, 4000, std::nullopt, 3101, 3207}, {}, {}},
+      {"fractions", {0.123, -2.5, 1.75, 0.0042}, {}, {}},
+      {"a band", {10.5, 11.25, 12}, {9, 10.1, 10.7}, {12, 12.4, 13.3}},
+      {"far apart", {-1e308, 1e308}, {}, {}},
+      {"all equal", {5, 5}, {}, {}},
+      {"none", {std::nullopt, std::nullopt}, {}, {}},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.name);
+    LineChart chart;
+    for (std::size_t i = 0; i < c.y.size(); ++i)
+      chart.x.push_back("P" + std::to_string(i + 1));
+    chart.series.push_back({"Sales", c.y, c.lower, c.upper});
+    const std::string svg = RenderLineChartSvg(chart);
+    EXPECT_EQ(svg.find("nan"), npos);
+    EXPECT_EQ(svg.find("inf"), npos);
+    EXPECT_EQ(svg.find("data-tip"), npos); // one hover layer per chart, made by the page
+    const Carried carried = Read(svg, 0);
+    const ValueRange range = SeriesRange(chart.series[0]);
+    if (range.max > range.min) { // finer than a pixel
+      EXPECT_LE(carried.unit, (range.max / 2 - range.min / 2) / 250);
+    }
+    for (std::size_t i = 0; i < c.y.size(); ++i) {
+      const auto at = carried.values.find(static_cast<long long>(i));
+      ASSERT_EQ(at != carried.values.end(), c.y[i].has_value()) << i;
+      if (c.y[i]) {
+        EXPECT_NEAR(at->second / 2, *c.y[i] / 2, carried.unit / 2) << i;
+      }
+      if (!c.lower.empty()) {
+        EXPECT_NEAR(carried.lower.at(static_cast<long long>(i)), *c.lower[i], carried.unit * 5) << i;
+        EXPECT_NEAR(carried.upper.at(static_cast<long long>(i)), *c.upper[i], carried.unit * 5) << i;
+      }
+    }
+    if (std::string(c.name) == "counts with gaps and a lone value") { // counts show no decimals
+      EXPECT_EQ(Numbers(Attribute(Elements(svg, "<path class=\"line\"")[0], "data-v")).at(2), 0);
+    }
+  }
+}
+
+TEST(LineChartSvg, SeriesPlotOpensOnRecentHistoryWithTheForecastAndCalendarTicks) {
+  // Two years of days and a 14-day forecast with its band.
+  const int count = 745, forecast = 731;
+  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", ""};
+  for (int i = 0; i < count; ++i) {
+    const double value = 3000 + 800 * std::sin(i / 9.0), half = i >= forecast ? 300 : 100;
+    chart.series[0].y.push_back(value);
+    chart.series[0].lower.push_back(value - half);
+    chart.series[0].upper.push_back(value + half);
+  }
+  const std::string svg = RenderLineChartSvg(chart);
+
+  // The forecast takes at least a sixth of the width it opens on; the whole history is the
+  // other view.
+  const auto plot = Elements(svg, "<svg class=\"plot\"").at(0);
+  const auto open = Numbers(Attribute(plot, "viewBox"));
+  EXPECT_EQ(Attribute(Elements(svg, "<svg class=\"chart")[0], "data-recent"), Attribute(plot, "viewBox"));
+  EXPECT_GE((count - 1 - (forecast - 0.5)) / open.at(2), 1.0 / 6);
+  const auto whole = Numbers(Attribute(Elements(svg, "<svg class=\"chart")[0], "data-whole"));
+  EXPECT_EQ(whole.at(0), 0);
+  EXPECT_EQ(whole.at(2), count - 1);
+
+  // Ticks at calendar boundaries: month starts over two years, days within the recent weeks.
+  const auto whole_ticks = TextsIn(svg, "<g class=\"x-ticks for-whole\"");
+  ASSERT_GE(whole_ticks.size(), 4u);
+  for (const auto &tick : whole_ticks)
+    EXPECT_TRUE(std::regex_match(tick, std::regex("202[4-6]-(01|04|07|10)"))) << tick;
+  const auto recent_ticks = TextsIn(svg, "<g class=\"x-ticks for-recent\"");
+  ASSERT_GE(recent_ticks.size(), 3u);
+  for (const auto &tick : recent_ticks)
+    EXPECT_TRUE(std::regex_match(tick, std::regex("2025-(10|11|12)-(01|15)|2026-01-01"))) << tick;
+
+  // The band and the forecast in the legend, the forecast's label whole in either view, and a
+  // few dozen elements, not one per day.
+  const auto &words = FacSTDictionary::Shared();
+  EXPECT_NE(svg.find(">" + words.LookUp("Output.ChartBandLegend") + "</text>"), npos);
+  EXPECT_EQ(Elements(svg, "<text class=\"forecast-label").size(), 2u);
+  for (const auto &label : Elements(svg, "<text class=\"forecast-label")) {
+    const double x = std::stod(Attribute(label, "x"));
+    const bool to_left = Attribute(label, "text-anchor") == "end";
+    EXPECT_TRUE(to_left ? x > 100 : x < 760 - 20 - 60) << label;
+  }
+  EXPECT_LT(Elements(svg, "<").size(), 150u);
+}
+
+TEST(LineChartSvg, TicksFollowTheCalendarOrSpaceOutOtherLabels) {
+  struct Case {
+    std::vector<std::string> labels;
+    const char *tick; // every tick matches
+  };
+  std::vector<std::string> hours, months, periods;
+  for (int i = 0; i < 72; ++i) {
+    hours.push_back("2024-03-0" + std::to_string(1 + i / 24) + (i % 24 < 10 ? " 0" : " ") + std::to_string(i % 24) + ":00");
+    months.push_back(std::to_string(2019 + i / 12) + (i % 12 < 9 ? "-0" : "-") + std::to_string(1 + i % 12) + "-01");
+    periods.push_back("P" + std::to_string(i + 1));
+  }
+  for (const Case &c : {Case{hours, "2024-03-0[1-3]( 12:00)?"}, Case{months, "20(19|2[0-4])"},
+                        Case{periods, "P[0-9]+"}}) {
+    LineChart chart;
+    chart.x = c.labels;
+    chart.series.push_back({"a", std::vector<std::optional<double>>(c.labels.size(), 1.0), {}, {}});
+    const auto ticks = TextsIn(RenderLineChartSvg(chart), "<g class=\"x-ticks\"");
+    ASSERT_GE(ticks.size(), 3u) << c.tick;
+    for (const auto &tick : ticks)
+      EXPECT_TRUE(std::regex_match(tick, std::regex(c.tick))) << tick;
+  }
+}
+
+TEST(LineChartSvg, LinesOnScalesFarApartEachGetTheirOwn) {
+  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", ""};
+  for (int i = 0; i < 100; ++i) {
+    apart.series[0].y.push_back(3000 + 1000 * std::sin(i / 7.0));
+    apart.series[1].y.push_back(15 + 15 * std::cos(i / 11.0));
+  }
+  LineChart near = apart; // visits and a prediction of them
+  for (int i = 0; i < 100; ++i)
+    near.series[1].y[i] = 3050 + 950 * std::sin(i / 7.0);
+
+  const std::string svg = RenderLineChartSvg(apart);
+  EXPECT_NE(svg.find(FacSTDictionary::Shared().LookUp("Output.ChartStandardised")), npos);
+  const auto rows = Numbers(Attribute(Elements(svg, "<svg class=\"plot\"")[0], "viewBox")).at(3);
+  for (std::size_t s = 0; s < 2; ++s) {
+    // The tooltip shows the original values...
+    const Carried carried = Read(svg, s);
+    for (int i = 0; i < 100; i += 9)
+      EXPECT_NEAR(carried.values.at(i), *apart.series[s].y[i], carried.unit / 2 + 1e-9);
+    // ...and the line spans a good part of the plot's height.
+    const auto path = Elements(svg, "<path class=\"line\"")[s];
+    const auto matrix = Numbers(std::regex_replace(Attribute(path, "transform"), std::regex("[^-0-9.e ]"), " "));
+    double low = 1e300, high = -1e300;
+    for (const auto &points : Stretches(Attribute(path, "d"))) {
+      for (const auto &point : points) {
+        const double row = matrix.at(3) * static_cast<double>(point.second) + matrix.at(5);
+        low = std::min(low, row);
+        high = std::max(high, row);
+      }
+    }
+    EXPECT_GT(high - low, rows * 0.4) << s;
+    EXPECT_GE(low, -1);
+    EXPECT_LE(high, rows + 1);
+  }
+  // Lines on one scale share it, in their own units.
+  const std::string shared = RenderLineChartSvg(near);
+  EXPECT_EQ(shared.find("transform=\"matrix"), npos);
+  EXPECT_EQ(shared.find(FacSTDictionary::Shared().LookUp("Output.ChartStandardised")), npos);
+}
+
+TEST(HistogramSvg, FarValuesGoToAnOverflowBarAndEdgesReadShort) {
+  struct Case {
+    const char *name;
+    std::vector<double> values;
+    std::size_t overflow_bars;
+    bool dots = true; // the dot plot's values are there to bin again
+  };
+  std::vector<double> spread;
+  for (int i = 0; i < 35; ++i)
+    spread.push_back(2.6444092384 + i * 1.37);
+  std::vector<double> with_far = spread;
+  with_far.push_back(1.7e15);
+  for (const Case &c : {Case{"one model far out", with_far, 1}, Case{"no far value", spread, 0},
+                        Case{"far out, bins only", with_far, 1, false}}) {
+    SCOPED_TRACE(c.name);
+    Distribution figure;
+    figure.has_histogram = true;
+    figure.has_dot_plot = c.dots;
+    const double low = *std::min_element(c.values.begin(), c.values.end());
+    const double high = *std::max_element(c.values.begin(), c.values.end());
+    for (int b = 0; b < 7; ++b)
+      figure.bins.push_back({low + (high - low) * b / 7, low + (high - low) * (b + 1) / 7, 0});
+    for (double value : c.values) {
+      figure.bins[std::min<std::size_t>(6, static_cast<std::size_t>((value - low) / (high - low) * 7))].count += 1;
+      if (c.dots)
+        figure.points.push_back({"s", value});
+    }
+    const std::string html = RenderDistributionHtml(figure);
+    const std::string histogram = html.substr(0, html.find("class=\"chart dotplot\""));
+    EXPECT_EQ(Elements(histogram, "<rect class=\"bar overflow\"").size(), c.overflow_bars);
+    double counted = 0;
+    for (const auto &bar : Elements(histogram, "<rect class=\"bar")) {
+      const std::string tip = Attribute(bar, "data-tip");
+      counted += std::stod(tip.substr(tip.rfind('\n') + 1));
+    }
+    EXPECT_EQ(counted, static_cast<double>(c.values.size()));
+    for (const auto &tick : Captures(histogram, "<text class=\"tick x-tick\"[^>]*>([^<]*)</text>"))
+      EXPECT_LE(tick.size(), 14u) << tick;
+  }
+}
+
+} // namespace
+} // namespace host
