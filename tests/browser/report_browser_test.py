@@ -162,11 +162,12 @@ def main():
         errors = [entry for entry in (log or []) if entry.get("level") == "SEVERE"]
         check("no console error", log is not None and not errors, json.dumps(errors)[:400])
 
-        # The "All series" graph is the second graph of the report.
+        # The "All series" graph is the third graph of the report: the summary draws the top
+        # models' graph once more at the top.
         graph = ".figure.system-graph:nth-of-type(1)"
         graphs = driver.run("return document.querySelectorAll('.figure.system-graph').length")
-        check("two graphs drawn", graphs == 2, graphs)
-        driver.run("var all = document.querySelectorAll('.figure.system-graph')[1];"
+        check("two graphs drawn", graphs == 3, graphs)
+        driver.run("var all = document.querySelectorAll('.figure.system-graph')[2];"
                    "all.id = 'all-graph'; all.scrollIntoView({block: 'center', behavior: 'instant'});")
         graph = "#all-graph"
         node = driver.find(graph + " g.node[data-label='sales-East']")

@@ -214,25 +214,4 @@
   } else {
     grouped.forEach(function (key) { bySeries[key].forEach(addLinks); });
   }
-
-  // ---- Charts: the values at the pointer's x position ----
-  var tip = document.querySelector(".tooltip");
-  if (!tip) return;
-  document.querySelectorAll("svg.chart .hit").forEach(function (area) {
-    area.addEventListener("mouseenter", function () {
-      tip.textContent = area.getAttribute("data-tip");
-      tip.hidden = false;
-    });
-    area.addEventListener("mousemove", function (event) {
-      var x = event.clientX + 14, y = event.clientY + 14;
-      var width = tip.offsetWidth, height = tip.offsetHeight;
-      if (x + width > window.innerWidth - 8) x = event.clientX - width - 14;
-      if (y + height > window.innerHeight - 8) y = event.clientY - height - 14;
-      tip.style.left = x + "px";
-      tip.style.top = y + "px";
-    });
-    area.addEventListener("mouseleave", function () {
-      tip.hidden = true;
-    });
-  });
 })();
