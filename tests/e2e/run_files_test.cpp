@@ -172,11 +172,18 @@ TEST_F(RunFiles, InterruptsLeaveTheOldFilesOrTheNewOnesAndNoTemporaryFile) {
     }
   }
 
-  stopped(SIGKILL, length / 2);
+  // The reference run may have been slowed by a busy machine: a run killed after its end has
+  // written the new files, one killed before has left the old ones.
+  const int killed = stopped(SIGKILL, length / 4);
   const Outcome cleaned = Tcm("check " + syntax + " --data " + Data());
   EXPECT_EQ(cleaned.status, 0) << cleaned.out;
   EXPECT_TRUE(fs::is_empty(tmp));
-  EXPECT_EQ(Contents(out), old);
+  if (killed == 0) {
+    EXPECT_EQ(Contents(out).size(), fresh.size());
+  } else {
+    EXPECT_EQ(killed, 128 + SIGKILL);
+    EXPECT_EQ(Contents(out), old);
+  }
 }
 
 }  // namespace
