@@ -211,6 +211,36 @@ std::string ScoreConf(const ValidSpec& spec, bool forecast, bool fit, bool reest
   return conf.toString();
 }
 
+std::string TcmODConf(const ValidSpec& spec, bool forRootCause,
+                      const std::vector<SeriesArray>& seriesKeys) {
+  TSJsonConf conf;
+  if (forRootCause) {
+    if (seriesKeys.empty()) return {};
+    conf.put("targetTimeSeries", ToJson(seriesKeys));
+  }
+  conf.put("threshold", spec.buildOptions.outlierThreshold / 100.0);
+  conf.put("isDataEncoded", true);
+  return conf.toString();
+}
+
+std::string TcmRCAConf(const ValidSpec& spec, const std::vector<std::string>& series) {
+  TSJsonConf conf;
+  JNIJSONArray target;
+  for (const std::string& text : series) target.add(text);
+  conf.put("targetTimeSeries", target);
+  conf.put("autoOutlierDetection", true);
+  JNIJSONObject detection;
+  detection.put("threshold", spec.buildOptions.outlierThreshold / 100.0);
+  conf.put("outlierDetection", detection);
+  const auto forSeries =
+      std::find_if(spec.filteredOutputs.begin(), spec.filteredOutputs.end(),
+                   [](const FilteredOutputSpec& output) { return output.include != "TARGETS"; });
+  if (forSeries != spec.filteredOutputs.end())
+    conf.put("oldestGeneration", forSeries->rootCauseLevels);
+  conf.put("isDataEncoded", true);
+  return conf.toString();
+}
+
 std::string TcmScoreConf(const TCMAnlySpec& spec, bool outputPass) {
   TSJsonConf conf;
   JNIJSONObject fieldSetting;

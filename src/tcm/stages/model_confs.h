@@ -41,6 +41,15 @@ bool ScoreNeedsTargetList(const ValidSpec& spec, bool outputPass);
 std::string ScoreConf(const ValidSpec& spec, bool forecast, bool fit, bool reestimate,
                       bool outputPass, const std::vector<SeriesArray>& targets);
 
+// The outlier detection's configuration; with `forRootCause` it names the series of the series
+// filters (`seriesKeys`), and is empty when there are none.
+std::string TcmODConf(const ValidSpec& spec, bool forRootCause,
+                      const std::vector<SeriesArray>& seriesKeys);
+
+// The root cause configuration of one series with outliers: its key, detection at the command's
+// threshold, and the generations of the first FILTEREDOUTPUT for series, when there is one.
+std::string TcmRCAConf(const ValidSpec& spec, const std::vector<std::string>& series);
+
 // The scenario command's scoring configuration: the targets of its target lists (none in the
 // output pass, which scores all), forecasts when periods are asked for.
 std::string TcmScoreConf(const TCMAnlySpec& spec, bool outputPass);

@@ -9,12 +9,14 @@
 #include "host/bridge/asl_path.h"
 #include "host/bridge/jni_json.h"
 #include "host/bridge/zip_reader.h"
+#include "host/data/procedure_data_source.h"
 #include "tcm/apply/tcm_apply_spec.h"
 #include "tcm/files/model_system_file.h"
 #include "tcm/frame/command_context.h"
 #include "tcm/files/save_result_data.h"
 #include "tcm/flows/flow_scripts.h"
 #include "tcm/stages/model_confs.h"
+#include "tcm/stages/outlier_records.h"
 #include "tcm/stages/tsdp_runner.h"
 
 namespace {
@@ -151,6 +153,54 @@ bool TSRunner::RunScoringSteps(const ValidSpec& spec, const char* prefix) {
   }
   outputReaderBlock = TSJsonConf::ReaderBlock(outputData->getAbsolutePath(),
                                               outputDataModel->getAbsolutePath(), "");
+  return RunOutlierSteps(spec, prefix);
+}
+
+bool TSRunner::RunOutlierSteps(const ValidSpec& spec, const char* prefix) {
+  const auto isNumeric = [this](const std::string& field) {
+    const int index = dataSource->FindVarIndex(field, 0);
+    const QUOR_Variable* variable = index < 0 ? nullptr : dataSource->GetVariable(index);
+    return variable != nullptr && variable->GetType() == 0;
+  };
+  if (spec.needsOutlierDetection()) {
+    const std::string script = Detect(false);
+    traceASLFile(script, prefix, "OD");
+    if (!RunFlow(script, false)) return false;
+    if (!ReadOutlierRecords(outlierFile->getAbsolutePath(), outlierRecords)) return false;
+  }
+  if (!spec.needsRootCause()) return true;
+  if (spec.needsOutlierDetection()) {
+    // The detection of all targets serves: the series filters choose among its series.
+    rootCauseRecords = SelectRootCauseRecords(spec, outlierRecords, isNumeric);
+  } else {
+    const std::string script = Detect(true);
+    traceASLFile(script, prefix, "OD_FOR_RCA");
+    if (!RunFlow(script, false)) return false;
+    if (!ReadOutlierRecords(rcaOutlierFile->getAbsolutePath(), rootCauseRecords)) return false;
+  }
+  return rootCauseRecords.empty() || RunRootCauseFlows();
+}
+
+std::string TSRunner::Detect(bool forRootCause) {
+  const std::string conf = TcmODConf(tsdp->spec, forRootCause, SeriesFilterKeys());
+  const ASSimpleContainer* model = CurrentModelFile();
+  if (conf.empty() || model == nullptr) return {};
+  std::unique_ptr<ASSimpleContainer>& file = forRootCause ? rcaOutlierFile : outlierFile;
+  file = std::make_unique<ASSimpleContainer>("TCMAnalysis", "");
+  return OutlierFlowScript(tsdp->Blocks(), conf, *model, *file);
+}
+
+bool TSRunner::RunRootCauseFlows() {
+  const ASSimpleContainer* model = CurrentModelFile();
+  if (rootCauseRecords.empty() || model == nullptr) return false;
+  for (OutlierRecord& record : rootCauseRecords) {
+    auto archive = std::make_shared<ASSimpleContainer>("TCMAnalysis", "");
+    const std::string script = RootCauseFlowScript(
+        tsdp->Blocks(), TcmRCAConf(tsdp->spec, record.series), *model, *archive);
+    traceASLFile(script, "TCM", "RCA_FOR_" + record.key);
+    if (!RunFlow(script, false)) return false;
+    record.rootCauseFile = std::move(archive);
+  }
   return true;
 }
 

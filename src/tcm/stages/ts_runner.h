@@ -104,6 +104,14 @@ class TSRunner {
   // The model system a re-estimation writes: at OUTFILE MODELSYSTEM, or a kept temporary file
   // whose path becomes the command's model system path.
   void NewModelFile();
+  // Outlier detection when the output asks for outliers, and the root cause flows of the series
+  // the series filters choose.
+  bool RunOutlierSteps(const ValidSpec& spec, const char* prefix);
+  // The detection flow into a new outlierFile, or with `forRootCause` (the series filters' series
+  // only) into a new rcaOutlierFile.
+  std::string Detect(bool forRootCause);
+  // One root cause flow per record of rootCauseRecords, in order; the first failure ends them.
+  bool RunRootCauseFlows();
   // A new output pair; the former one stays until the end of the run.
   void NewOutputPair();
   // Says that the target filter and the series filters selected no target to score.

@@ -7,7 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include "support/temp_file.h"
+#include "support/zip_archive.h"
 #include "tcm/analysis/tcm_anly_spec.h"
+#include "tcm/stages/outlier_records.h"
 #include "tcm/model/tcm_model_parser.h"
 #include "tcm/tcm_test_util.h"
 
@@ -190,6 +193,82 @@ TEST(ModelConfs, SeriesFilterKeysUseTheirOwnFiltersOnly) {
       SeriesFilterKeyList(spec),
       (std::vector<SeriesArray>{
           {"", "3", "price"}, {"", "3", "sales"}, {"East", "", "cost"}, {"West", "", "cost"}}));
+}
+
+TEST(ModelConfs, OutlierAndRootCauseConfigurations) {
+  TCMModelValidSpecs spec =
+      Model("/BUILDOPTIONS OUTLIERTHRESH=99 /SERIESFILTER FIELDS=sales DIMVALUES=store(INCLUDE=1) "
+            "/FILTEREDOUTPUT INCLUDE=TARGETS OUTLIER_ROOTCAUSES=YES(LEVELS=1) "
+            "/FILTEREDOUTPUT INCLUDE=SERIES OUTLIER_ROOTCAUSES=YES(LEVELS=4) "
+            "/FIELDSGROUP /FIELDS TARGETS=sales");
+  const std::vector<SeriesArray> keys = SeriesFilterKeyList(spec);
+  EXPECT_EQ(TcmODConf(spec, false, keys), "{\"threshold\":0.99,\"isDataEncoded\":true}");
+  EXPECT_EQ(TcmODConf(spec, true, keys),
+            "{\"targetTimeSeries\":[[\"\",\"1\",\"sales\"]],\"threshold\":0.99,"
+            "\"isDataEncoded\":true}");
+  EXPECT_EQ(TcmODConf(spec, true, {}), "");  // no series to look at ends the sequence
+  // The generations come from the first record for series, not from the one for targets.
+  EXPECT_EQ(TcmRCAConf(spec, {"East", "1", "sales"}),
+            "{\"targetTimeSeries\":[\"East\",\"1\",\"sales\"],\"autoOutlierDetection\":true,"
+            "\"outlierDetection\":{\"threshold\":0.99},\"oldestGeneration\":4,"
+            "\"isDataEncoded\":true}");
+  std::erase_if(spec.filteredOutputs,
+                [](const FilteredOutputSpec& output) { return output.include == "SERIES"; });
+  ASSERT_EQ(spec.filteredOutputs.size(), 1u);
+  EXPECT_EQ(TcmRCAConf(spec, {"East", "1", "sales"}).find("oldestGeneration"), std::string::npos);
+}
+
+TEST(ModelConfs, OutlierRecordsAndTheSeriesThatFiltersChoose) {
+  // The archive of a detection: 40 series with outliers and one member that is no JSON result.
+  auto dir = support::TempDir::Create("outliers");
+  ASSERT_TRUE(dir.ok());
+  const std::string archive = (dir->path() / "od.zip").string();
+  support::ZipArchiveWriter writer;
+  ASSERT_TRUE(writer.AddText("readme.txt", "not a result").ok());
+  for (int i = 0; i < 40; ++i) {
+    const std::string series = "[\"East\",\"" + std::to_string(i) + "\",\"sales\"]";
+    ASSERT_TRUE(writer.AddText("s" + std::to_string(i) + ".result.json",
+                               "{\"outlierDetection\":{\"analysisSettings\":{\"targetTimeSeries\":" +
+                                   series + "}}}").ok());
+  }
+  ASSERT_TRUE(writer.WriteTo(archive).ok());
+  std::vector<OutlierRecord> records;
+  ASSERT_TRUE(ReadOutlierRecords(archive, records));
+  ASSERT_EQ(records.size(), kMaxOutlierRecords);
+  EXPECT_EQ(records[0].key, "s0");
+  EXPECT_EQ(records[29].series, (SeriesKey{"East", "29", "sales"}));
+  // A member naming no series makes the read fail; no archive at all asks nothing.
+  support::ZipArchiveWriter empty;
+  ASSERT_TRUE(empty.AddText("x.json", "{\"outlierDetection\":{}}").ok());
+  ASSERT_TRUE(empty.WriteTo(archive).ok());
+  records.clear();
+  EXPECT_FALSE(ReadOutlierRecords(archive, records));
+  EXPECT_TRUE(ReadOutlierRecords("", records));
+
+  // store is numeric: "1.00" is store 1. region is text.
+  const TCMModelValidSpecs spec =
+      Model("/SERIESFILTER FIELDS=cost /SERIESFILTER FIELDS=sales "
+            "DIMVALUES=store(INCLUDE=1 2) region(EXCLUDE=West) "
+            "/FIELDSGROUP /FIELDS TARGETS=sales cost");
+  const auto numeric = [](const std::string& field) { return field == "store"; };
+  const struct {
+    SeriesKey key;
+    bool chosen;
+  } cases[] = {
+      {{"East", "1.00", "sales"}, true},
+      {{"East", "3", "sales"}, false},
+      {{"West", "1", "sales"}, false},   // excluded region
+      {{"West", "9", "cost"}, true},     // the first filter takes every cost series
+      {{"East", "1", "price"}, false},   // a metric no filter names
+      {{"1", "sales"}, false},           // a key that does not fit the dimensions
+  };
+  std::vector<OutlierRecord> outliers;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.key));
+    EXPECT_EQ(SeriesFilterChooses(spec, c.key, numeric), c.chosen);
+    outliers.push_back({"k", nullptr, c.key});
+  }
+  EXPECT_EQ(SelectRootCauseRecords(spec, outliers, numeric).size(), 2u);
 }
 
 } // namespace

@@ -1,0 +1,390 @@
+// This file contains the `tcm:od` stage (outliers of a model system's targets against their
+// several-step baseline, one archive member per series with outliers) and the `tcm:rca` stage
+// (the outliers of one series with their root causes among its ancestors).
+#include <algorithm>
+#include <cmath>
+
+#include "engine/model/distributions.h"
+#include "engine/model/outliers.h"
+#include "engine/model/scoring.h"
+#include "engine/model/stage_inputs.h"
+#include "engine/stages/registry.h"
+#include "support/time.h"
+#include "support/zip_archive.h"
+
+namespace engine {
+namespace {
+
+using support::Json;
+
+constexpr int kDefaultGenerations = 3;
+
+// What both stages read besides their own keys.
+struct AnalysisFiles {
+  std::string model_path;
+  std::string output_path;
+};
+
+bool ReadFiles(const StageCall& call, const Script& script, const Json** config,
+               AnalysisFiles& files, MessageQueue& messages) {
+  const std::string place = StagePlace(call);
+  const Json* in = nullptr;
+  const Json* out = nullptr;
+  if (!ConfigurationAndFiles(call, script, true, config, &in, &out, messages))
+    return false;
+  files.model_path = model::ConfPath(*in, "InputTCMXML");
+  if (files.model_path.empty())
+    return messages.Error(place + "the input configuration names no 'InputTCMXML' model");
+  files.output_path = model::ConfPath(*out, "TCMAnalysis");
+  if (files.output_path.empty())
+    return messages.Error(place + "the output configuration names no 'TCMAnalysis' archive");
+  return true;
+}
+
+bool ReadThreshold(const Json& object, const std::string& place, double& threshold,
+                   MessageQueue& messages) {
+  threshold = support::GetDouble(object, "threshold", 0.95);
+  if (!(threshold > 0 && threshold < 1)) {
+    return messages.Error(place + "'threshold' must lie between 0 and 1 (a percentage / 100)");
+  }
+  return true;
+}
+
+bool ReadGenerations(const Json& config, const std::string& place, int& generations,
+                     MessageQueue& messages) {
+  const std::int64_t value = support::GetInt(config, "oldestGeneration", kDefaultGenerations);
+  if (value < 1 || value > 100) {
+    return messages.Error(place + "'oldestGeneration' " + std::to_string(value) +
+                          " is out of range 1..100");
+  }
+  generations = static_cast<int>(value);
+  return true;
+}
+
+// The series that the arrays name: by dimension values and metric, or, for data sent encoded,
+// by the coded series ID the pieces make.
+std::vector<std::size_t> NamedSeries(const model::ModelSystem& system, const Json& arrays) {
+  std::vector<std::size_t> named = model::MatchSeriesArrays(&arrays, system.series);
+  for (const Json& array : arrays) {
+    if (!array.is_array())
+      continue;
+    std::string id;
+    for (const Json& piece : array) {
+      if (!piece.is_string()) {
+        id.clear();
+        break;
+      }
+      id += (id.empty() ? "" : "-") + piece.get<std::string>();
+    }
+    const std::ptrdiff_t found = id.empty() ? -1 : system.FindSeries(id);
+    if (found >= 0 && std::find(named.begin(), named.end(), found) == named.end())
+      named.push_back(static_cast<std::size_t>(found));
+  }
+  std::sort(named.begin(), named.end());
+  return named;
+}
+
+Json SeriesKey(const model::SeriesRef& series) {
+  Json key = Json::array();
+  for (const std::string& value : series.dims)
+    key.push_back(value);
+  key.push_back(series.metric);
+  return key;
+}
+
+// Everything the analysis of a series needs.
+struct Analysis {
+  model::ScoringData data;
+  Eigen::MatrixXd history;
+  model::Innovations innovations;
+  double threshold = 0.95;
+  int generations = kDefaultGenerations;
+  int steps = 1;
+
+  // A row's time as the output reads it: seconds for dates, the field values of cyclic data;
+  // and as text for a person.
+  void PutTime(Json& object, Eigen::Index row, const char* key = "time") const {
+    const PanelAxis& axis = data.panel.axis;
+    const double point = axis.points[static_cast<std::size_t>(row)];
+    if (axis.IsCyclic()) {
+      Json values = Json::array();
+      for (std::int64_t value : axis.CyclicValues(point))
+        values.push_back(value);
+      object[key] = values;
+      return;
+    }
+    object[key] = point;
+    const auto seconds = static_cast<std::int64_t>(std::llround(point));
+    object[std::string(key) + "Text"] = axis.time_format == "date"
+                                            ? support::FormatIsoDate(seconds)
+                                            : support::FormatIsoDateTime(seconds);
+  }
+
+  Json Settings(std::size_t series) const {
+    return {{"targetTimeSeries", SeriesKey(data.system.series[series])},
+            {"seriesID", data.system.series[series].id},
+            {"threshold", threshold},
+            {"oldestGeneration", generations},
+            {"baselineSteps", steps}};
+  }
+
+  static Json Summary(const model::OutlierScan& scan) {
+    return {{"assessedPoints", scan.assessed},
+            {"flaggedPoints", scan.flagged},
+            {"expectedChanceFlags", scan.expected_chance_flags},
+            {"events", scan.events.size()}};
+  }
+
+  Json OutlierEntry(const model::OutlierEvent& event) const {
+    Json entry = Json::object();
+    PutTime(entry, event.time);
+    entry["observed"] = event.observed;
+    entry["predicted"] = event.baseline;
+    entry["probability"] = event.probability;
+    entry["z"] = event.z;
+    entry["baselineSteps"] = event.steps;
+    PutTime(entry, event.first, "runStart");
+    PutTime(entry, event.last, "runEnd");
+    return entry;
+  }
+};
+
+// Loads the model and the data, and the innovations with their robust scales.
+bool LoadAnalysis(const std::string& model_path, const Table& table, double threshold,
+                  int generations, const std::string& place, Analysis& analysis,
+                  MessageQueue& messages) {
+  auto data = model::LoadScoringData(model_path, "", table);
+  if (!data)
+    return messages.Error(place + data.message());
+  analysis.data = std::move(*data);
+  analysis.threshold = threshold;
+  analysis.generations = generations;
+  analysis.steps = model::BaselineSteps(analysis.data.system, generations);
+  analysis.history = model::SystemHistory(analysis.data.system, analysis.data.panel,
+                                          analysis.data.panel_of_series);
+  // Innovations flagged at the threshold stay out of their scale, but never fewer than the
+  // 2-sigma tails, which would leave too few points to estimate it well.
+  const double cut = std::max(2.0, model::NormalQuantile(0.5 * (1.0 + threshold)));
+  analysis.innovations = model::SystemInnovations(analysis.data.system, analysis.history, cut);
+  return true;
+}
+
+// The responses of a series, or a warning and false when it has no baseline.
+bool Responses(const Analysis& analysis, std::size_t series, const std::string& place,
+               model::TargetResponses& responses, MessageQueue& messages) {
+  responses = model::ResponsesOf(analysis.data.system, series, analysis.steps,
+                                 analysis.innovations.scale);
+  if (!responses.complete) {
+    messages.Warning(place + "series '" + analysis.data.system.series[series].id +
+                     "' has an input without a model, so it has no baseline to test against");
+  }
+  return responses.complete;
+}
+
+// One member per series; names are kept to characters that cannot end the member's key early.
+std::string MemberName(const std::string& prefix, const std::string& id) {
+  std::string name = prefix + id;
+  std::replace_if(name.begin(), name.end(), [](char c) { return c == '.' || c == '/'; }, '_');
+  return name + ".json";
+}
+
+bool WriteMembers(const std::string& path, const std::vector<std::pair<std::string, Json>>& members,
+                  const std::string& place, MessageQueue& messages) {
+  support::ZipArchiveWriter writer;
+  for (const auto& [name, document] : members) {
+    auto text = support::DumpJson(document);
+    if (!text)
+      return messages.Error(place + text.message());
+    if (auto added = writer.AddText(name, *text); !added)
+      return messages.Error(place + added.message());
+  }
+  if (auto written = writer.WriteTo(path); !written)
+    return messages.Error(place + written.message());
+  return true;
+}
+
+// What both stages hold: their call, files, threshold and depth, and the loading of the data.
+class AnalysisStage : public Stage {
+ protected:
+  // The keys both stages read: the files and the depth in generations. False after reporting.
+  bool ConfigureCommon(const StageCall& call, const Script& script, const Json** config,
+                       MessageQueue& messages) {
+    call_ = call;
+    return ReadFiles(call, script, config, files_, messages) &&
+           ReadGenerations(**config, StagePlace(call), generations_, messages);
+  }
+
+  // Loads the data and the model system (the table passes on unchanged), then analyses.
+  bool Run(StageContext& context, std::optional<Table>& table) final {
+    const std::string place = StagePlace(call_);
+    if (!table)
+      return context.messages.Error(place + "there are no prepared data to analyse");
+    Analysis analysis;
+    return LoadAnalysis(files_.model_path, *table, threshold_, generations_, place, analysis,
+                        context.messages) &&
+           Analyse(analysis, place, context.messages);
+  }
+  virtual bool Analyse(const Analysis& analysis, const std::string& place,
+                       MessageQueue& messages) = 0;
+
+  StageCall call_;
+  AnalysisFiles files_;
+  double threshold_ = 0.95;
+  int generations_ = kDefaultGenerations;
+};
+
+class OutlierStage : public AnalysisStage {
+ public:
+  bool Configure(const StageCall& call, const Script& script, MessageQueue& messages) override {
+    const std::string place = StagePlace(call);
+    const Json* config = nullptr;
+    if (!ConfigureCommon(call, script, &config, messages) ||
+        !ReadThreshold(*config, place, threshold_, messages)) {
+      return false;
+    }
+    if (const Json* list = support::FindMember(*config, "targetTimeSeries")) {
+      if (!list->is_array())
+        return messages.Error(place + "'targetTimeSeries' must be an array of series arrays");
+      series_arrays_ = *list;
+    }
+    return true;
+  }
+
+  bool Analyse(const Analysis& analysis, const std::string& place,
+               MessageQueue& messages) override {
+    const model::ModelSystem& system = analysis.data.system;
+    std::vector<std::size_t> wanted;
+    if (series_arrays_) {
+      wanted = NamedSeries(system, *series_arrays_);
+    }
+    std::vector<std::pair<std::string, Json>> members;
+    std::size_t analysed = 0;
+    for (const model::Equation& equation : system.equations) {
+      if (!equation.is_target)
+        continue;
+      if (series_arrays_ && !std::binary_search(wanted.begin(), wanted.end(), equation.series))
+        continue;
+      ++analysed;
+      model::TargetResponses responses;
+      if (!Responses(analysis, equation.series, place, responses, messages))
+        continue;
+      const model::OutlierScan scan =
+          model::DetectOutliers(system, analysis.history, analysis.innovations, responses,
+                                equation.series, threshold_);
+      if (scan.events.empty())
+        continue;
+      Json outliers = Json::array();
+      for (const model::OutlierEvent& event : scan.events)
+        outliers.push_back(analysis.OutlierEntry(event));
+      Json detection = {{"analysisSettings", analysis.Settings(equation.series)},
+                        {"summary", Analysis::Summary(scan)},
+                        {"outliers", std::move(outliers)}};
+      members.emplace_back(MemberName("outliers_", system.series[equation.series].id),
+                           Json{{"outlierDetection", std::move(detection)}});
+    }
+    if (analysed == 0)
+      messages.Warning(place + "no target series of the model system is searched for outliers");
+    return WriteMembers(files_.output_path, members, place, messages);
+  }
+
+ private:
+  std::optional<Json> series_arrays_;
+};
+
+class RootCauseStage : public AnalysisStage {
+ public:
+  bool Configure(const StageCall& call, const Script& script, MessageQueue& messages) override {
+    const std::string place = StagePlace(call);
+    const Json* config = nullptr;
+    if (!ConfigureCommon(call, script, &config, messages))
+      return false;
+    const Json* series = support::FindMember(*config, "targetTimeSeries");
+    if (series == nullptr || !series->is_array() || series->empty()) {
+      return messages.Error(place + "'targetTimeSeries' must name the series to explain: its " +
+                            "dimension values, then its metric");
+    }
+    series_ = *series;
+    if (!support::GetBool(*config, "autoOutlierDetection", true)) {
+      return messages.Error(place + "the outliers to explain are found by the stage itself: " +
+                            "'autoOutlierDetection' must be true");
+    }
+    const Json* detection = support::FindMember(*config, "outlierDetection");
+    return ReadThreshold(detection != nullptr ? *detection : Json::object(), place, threshold_,
+                         messages);
+  }
+
+  bool Analyse(const Analysis& analysis, const std::string& place,
+               MessageQueue& messages) override {
+    const model::ModelSystem& system = analysis.data.system;
+    const std::vector<std::size_t> named = NamedSeries(system, Json::array({series_}));
+    const auto modeled = std::find_if(named.begin(), named.end(), [&](std::size_t s) {
+      return system.EquationOf(s) >= 0;
+    });
+    if (modeled == named.end()) {
+      return messages.Error(place + "the series " + series_.dump() +
+                            " has no model in the model system");
+    }
+    const std::size_t target = *modeled;
+    model::TargetResponses responses;
+    model::OutlierScan scan;
+    if (Responses(analysis, target, place, responses, messages)) {
+      scan = model::DetectOutliers(system, analysis.history, analysis.innovations, responses,
+                                   target, threshold_);
+    }
+    Json outliers = Json::array();
+    for (const model::OutlierEvent& event : scan.events) {
+      Json entry = analysis.OutlierEntry(event);
+      entry["deviation"] = event.observed - event.baseline;
+      Json causes = Json::array();
+      const std::vector<model::RootCauseFinding> findings =
+          model::ExplainOutlier(system, analysis.innovations, responses, target, event,
+                                generations_, threshold_);
+      for (const model::RootCauseFinding& finding : findings) {
+        Json cause = {{"series", SeriesKey(system.series[finding.series])},
+                      {"seriesID", system.series[finding.series].id},
+                      {"score", finding.share},
+                      {"share", finding.share},
+                      {"contribution", finding.contribution},
+                      {"isTarget", finding.series == target},
+                      {"innovationZ", finding.innovation_z},
+                      {"delay", finding.delay}};
+        analysis.PutTime(cause, finding.innovation_time);
+        Json path = Json::array();
+        for (const model::PathStep& step : finding.path) {
+          path.push_back({{"from", SeriesKey(system.series[step.from])},
+                          {"to", SeriesKey(system.series[step.to])},
+                          {"lag", step.lag}});
+        }
+        cause["path"] = std::move(path);
+        causes.push_back(std::move(cause));
+      }
+      entry["targetIsRootCause"] = !findings.empty() && findings.front().series == target;
+      entry["rootCauses"] = std::move(causes);
+      outliers.push_back(std::move(entry));
+    }
+    Json settings = analysis.Settings(target);
+    settings["autoOutlierDetection"] = true;
+    Json document = {{"rootCauseAnalysis",
+                      {{"analysisSettings", std::move(settings)},
+                       {"summary", Analysis::Summary(scan)},
+                       {"outliers", std::move(outliers)}}}};
+    return WriteMembers(files_.output_path,
+                        {{MemberName("rootCauses_", system.series[target].id), document}}, place,
+                        messages);
+  }
+
+ private:
+  Json series_;
+};
+
+} // namespace
+
+std::unique_ptr<Stage> MakeTcmOutlierStage() {
+  return std::make_unique<OutlierStage>();
+}
+
+std::unique_ptr<Stage> MakeTcmRootCauseStage() {
+  return std::make_unique<RootCauseStage>();
+}
+
+} // namespace engine
