@@ -136,6 +136,7 @@ struct Analysis {
   }
 
   Json OutlierEntry(const model::OutlierEvent& event) const {
+    const double critical = model::NormalQuantile(0.5 * (1.0 + threshold));
     Json entry = Json::object();
     PutTime(entry, event.time);
     entry["observed"] = event.observed;
@@ -143,6 +144,10 @@ struct Analysis {
     entry["probability"] = event.probability;
     entry["z"] = event.z;
     entry["baselineSteps"] = event.steps;
+    entry["innovationZ"] = event.innovation_z;
+    // Which kind of outlier: the series' own innovation, or a deviation that came through its
+    // inputs while its own equation predicted the value well.
+    entry["kind"] = std::fabs(event.innovation_z) >= critical ? "innovation" : "propagated";
     PutTime(entry, event.first, "runStart");
     PutTime(entry, event.last, "runEnd");
     return entry;
