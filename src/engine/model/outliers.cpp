@@ -65,12 +65,11 @@ std::vector<PathStep> StrongestPath(const ModelSystem& system,
                                     const std::vector<std::size_t>& nodes, std::size_t cause,
                                     std::size_t target, int delay, int max_edges) {
   const std::size_t k = nodes.size();
-  const auto local = [&](std::size_t series) -> std::ptrdiff_t {
-    auto it = std::find(nodes.begin(), nodes.end(), series);
-    return it == nodes.end() ? -1 : it - nodes.begin();
-  };
-  const std::ptrdiff_t from = local(cause);
-  const std::ptrdiff_t to = local(target);
+  std::vector<std::ptrdiff_t> local(equation_of.size(), -1);
+  for (std::size_t i = 0; i < k; ++i)
+    local[nodes[i]] = static_cast<std::ptrdiff_t>(i);
+  const std::ptrdiff_t from = local[cause];
+  const std::ptrdiff_t to = local[target];
   if (from < 0 || to < 0 || delay < 0)
     return {};
   const std::size_t layers = static_cast<std::size_t>(max_edges) + 1;
@@ -93,7 +92,7 @@ std::vector<PathStep> StrongestPath(const ModelSystem& system,
       if (e < 0)
         continue;
       for (const InputBlock& block : system.equations[static_cast<std::size_t>(e)].blocks) {
-        const std::ptrdiff_t source = local(block.series);
+        const std::ptrdiff_t source = local[block.series];
         if (source < 0)
           continue;
         const std::size_t step = block.series == nodes[node] ? 0 : 1;

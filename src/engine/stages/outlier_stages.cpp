@@ -179,11 +179,19 @@ bool Responses(const Analysis& analysis, std::size_t series, const std::string& 
                model::TargetResponses& responses, MessageQueue& messages) {
   responses = model::ResponsesOf(analysis.data.system, series, analysis.steps,
                                  analysis.innovations.scale);
+  const std::string& id = analysis.data.system.series[series].id;
   if (!responses.complete) {
-    messages.Warning(place + "series '" + analysis.data.system.series[series].id +
+    messages.Warning(place + "series '" + id +
                      "' has an input without a model, so it has no baseline to test against");
+    return false;
   }
-  return responses.complete;
+  if (!std::isfinite(responses.variance.back())) {
+    messages.Warning(place + "series '" + id +
+                     "' or one of its inputs is missing in the data, so it is not searched for "
+                     "outliers");
+    return false;
+  }
+  return true;
 }
 
 // One member per series; names are kept to characters that cannot end the member's key early.
