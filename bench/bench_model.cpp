@@ -23,6 +23,7 @@ using engine::model::BuildOutcome;
 using engine::model::LaggedDesign;
 using engine::model::ModelSystem;
 using engine::model::TargetRequest;
+using engine::model::testing::AllTargets;
 using engine::model::testing::MakeSparseSystem;
 using engine::model::testing::Simulate;
 using engine::model::testing::TrueSystem;
@@ -37,19 +38,6 @@ double Seconds(Clock::time_point start) {
 double Median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   return values[values.size() / 2];
-}
-
-// Every series a target, every other series a candidate.
-std::vector<TargetRequest> AllTargets(std::size_t n) {
-  std::vector<TargetRequest> requests(n);
-  for (std::size_t j = 0; j < n; ++j) {
-    requests[j].series = j;
-    for (std::size_t k = 0; k < n; ++k) {
-      if (k != j)
-        requests[j].candidates.push_back(k);
-    }
-  }
-  return requests;
 }
 
 ModelSystem ToSystem(BuildOutcome outcome, std::size_t n, int lag) {

@@ -65,12 +65,11 @@ std::vector<PathStep> StrongestPath(const ModelSystem& system,
                                     const std::vector<std::size_t>& nodes, std::size_t cause,
                                     std::size_t target, int delay, int max_edges) {
   const std::size_t k = nodes.size();
-  const auto local = [&](std::size_t series) -> std::ptrdiff_t {
-    auto it = std::find(nodes.begin(), nodes.end(), series);
-    return it == nodes.end() ? -1 : it - nodes.begin();
-  };
-  const std::ptrdiff_t from = local(cause);
-  const std::ptrdiff_t to = local(target);
+  std::vector<std::ptrdiff_t> local(equation_of.size(), -1);
+  for (std::size_t i = 0; i < k; ++i)
+    local[nodes[i]] = static_cast<std::ptrdiff_t>(i);
+  const std::ptrdiff_t from = local[cause];
+  const std::ptrdiff_t to = local[target];
   if (from < 0 || to < 0 || delay < 0)
     return {};
   const std::size_t layers = static_cast<std::size_t>(max_edges) + 1;
@@ -93,7 +92,7 @@ std::vector<PathStep> StrongestPath(const ModelSystem& system,
       if (e < 0)
         continue;
       for (const InputBlock& block : system.equations[static_cast<std::size_t>(e)].blocks) {
-        const std::ptrdiff_t source = local(block.series);
+        const std::ptrdiff_t source = local[block.series];
         if (source < 0)
           continue;
         const std::size_t step = block.series == nodes[node] ? 0 : 1;
@@ -229,7 +228,7 @@ TargetResponses ResponsesOf(const ModelSystem& system, std::size_t target, int s
 }
 
 int BaselineSteps(const ModelSystem& system, int generations) {
-  return std::max(1, generations) * std::max(1, system.settings.max_lag);
+  return std::max(1, generations) * std::max(1, system.settings.max_lag) + 1;
 }
 
 OutlierScan DetectOutliers(const ModelSystem& system, const Eigen::MatrixXd& history,
@@ -274,7 +273,11 @@ OutlierScan DetectOutliers(const ModelSystem& system, const Eigen::MatrixXd& his
     event.probability = 2.0 * NormalCdf(std::fabs(event.z)) - 1.0;
     if (event.probability < threshold)
       continue;
+    event.innovation_z = innovations.residual(row, column) /
+                         innovations.scale[target];
+    event.run.push_back({row, steps, deviation});
     ++scan.flagged;
+    scan.flagged_rows.push_back(row);
     flags.push_back({event, DominantInnovation(innovations, responses, row, steps)});
   }
   scan.expected_chance_flags = (1.0 - threshold) * static_cast<double>(scan.assessed);
@@ -287,12 +290,15 @@ OutlierScan DetectOutliers(const ModelSystem& system, const Eigen::MatrixXd& his
       const Eigen::Index gap = flag.event.time - previous.event.time;
       if (gap == 1 || (gap < most_steps && flag.cause == previous.cause)) {
         OutlierEvent& event = scan.events.back();
-        event.last = flag.event.time;
+        std::vector<FlaggedRow> run = std::move(event.run);
+        run.push_back(flag.event.run.front());
         if (std::fabs(flag.event.z) > std::fabs(event.z)) {
           const Eigen::Index first = event.first;
           event = flag.event;
           event.first = first;
         }
+        event.last = flag.event.time;
+        event.run = std::move(run);
         continue;
       }
     }
@@ -323,35 +329,65 @@ std::vector<RootCauseFinding> ExplainOutlier(const ModelSystem& system,
       }
     }
   }
-  const double deviation = event.observed - event.baseline;
+  // The rows of the event that deviate in the direction of its peak, and their deviation.
+  const double direction = event.observed >= event.baseline ? 1.0 : -1.0;
+  std::vector<FlaggedRow> rows;
+  double deviation = 0;
+  for (const FlaggedRow& row : event.run) {
+    if (row.deviation * direction > 0) {
+      rows.push_back(row);
+      deviation += row.deviation;
+    }
+  }
   const double critical = CriticalZ(threshold);
   std::vector<RootCauseFinding> findings;
   if (!(std::fabs(deviation) > 0))
     return findings;
+  // Per anomalous innovation (by row) its summed contribution and the row it moves most.
+  struct Part {
+    Eigen::Index row = 0;
+    double sum = 0;
+    double largest = 0;
+    Eigen::Index peak_row = 0;
+  };
   for (std::size_t series : nodes) {
     const double scale = innovations.scale[series];
     if (!(scale > 0))
       continue;
-    RootCauseFinding finding;
-    finding.series = series;
-    double largest = -1;
-    for (int s = 0; s < event.steps && s < responses.psi.rows(); ++s) {
-      const Eigen::Index row = event.time - s;
-      const double innovation = innovations.residual(row, static_cast<Eigen::Index>(series));
-      const double weight = responses.psi(s, static_cast<Eigen::Index>(series));
-      const double z = innovation / scale;
-      if (weight == 0 || !(std::fabs(z) >= critical))
-        continue;
-      finding.contribution += weight * innovation;
-      if (std::fabs(weight * innovation) > largest) {
-        largest = std::fabs(weight * innovation);
-        finding.innovation_time = row;
-        finding.innovation_z = z;
-        finding.delay = s;
+    const Eigen::Index column = static_cast<Eigen::Index>(series);
+    std::vector<Part> parts;
+    for (const FlaggedRow& row : rows) {
+      for (int s = 0; s < row.steps && s < responses.psi.rows(); ++s) {
+        const double weight = responses.psi(s, column);
+        const double innovation = innovations.residual(row.row - s, column);
+        if (weight == 0 || !(std::fabs(innovation / scale) >= critical))
+          continue;
+        auto part = std::find_if(parts.begin(), parts.end(),
+                                 [&](const Part& p) { return p.row == row.row - s; });
+        if (part == parts.end())
+          part = parts.insert(parts.end(), Part{row.row - s, 0, 0, row.row});
+        part->sum += weight * innovation;
+        if (std::fabs(weight * innovation) > part->largest) {
+          part->largest = std::fabs(weight * innovation);
+          part->peak_row = row.row;
+        }
       }
     }
+    if (parts.empty())
+      continue;
+    RootCauseFinding finding;
+    finding.series = series;
+    const Part* main = &parts.front();
+    for (const Part& part : parts) {
+      finding.contribution += part.sum;
+      if (std::fabs(part.sum) > std::fabs(main->sum))
+        main = &part;
+    }
     finding.share = finding.contribution / deviation;
-    if (largest > 0 && finding.share > 0)
+    finding.innovation_time = main->row;
+    finding.innovation_z = innovations.residual(main->row, column) / scale;
+    finding.delay = static_cast<int>(main->peak_row - main->row);
+    if (finding.share > 0)
       findings.push_back(std::move(finding));
   }
   std::stable_sort(findings.begin(), findings.end(),

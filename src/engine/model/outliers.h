@@ -38,8 +38,17 @@ struct TargetResponses {
 TargetResponses ResponsesOf(const ModelSystem& system, std::size_t target, int steps,
                             const std::vector<double>& scale);
 
-// The number of baseline steps for a depth of `generations` in the graph: generations x L.
+// The number of baseline steps for a depth of `generations` in the graph: generations x L + 1,
+// so that an innovation whose effect takes the longest path (every edge at lag L) still falls
+// after the baseline's origin.
 int BaselineSteps(const ModelSystem& system, int generations);
+
+// A flagged row: its baseline steps and deviation from the baseline.
+struct FlaggedRow {
+  Eigen::Index row = 0;
+  int steps = 0;
+  double deviation = 0;
+};
 
 struct OutlierEvent {
   Eigen::Index time = 0;  // row of the peak
@@ -50,12 +59,18 @@ struct OutlierEvent {
   double baseline = 0;    // the forecast of the peak made `steps` rows earlier
   double z = 0;           // (observed - baseline) / sqrt(Sigma(steps)_yy)
   double probability = 0; // 2 Phi(|z|) - 1
+  // The target's own one-step innovation at the peak over its scale: an anomalous one says the
+  // target's own equation could not explain the value; a normal one, that the deviation came
+  // through its inputs.
+  double innovation_z = 0;
+  std::vector<FlaggedRow> run; // the flagged rows of the event, in order
 };
 
 struct OutlierScan {
   std::vector<OutlierEvent> events;
   std::size_t assessed = 0; // rows with a baseline
   std::size_t flagged = 0;  // rows whose probability reached the threshold
+  std::vector<Eigen::Index> flagged_rows;
   // What a series without outliers would flag by chance: (1 - threshold) x assessed.
   double expected_chance_flags = 0;
 };
@@ -86,10 +101,12 @@ struct RootCauseFinding {
 
 // The root causes of an outlier event of `target`: among the target and its ancestors within
 // `generations` generations, the series with innovations that are anomalous at `threshold` in
-// the baseline's window, ranked by the share of the deviation those innovations explain (only
-// positive shares, at most `most`). The path of each is the strongest walk of the graph
-// (largest product of |coefficients|, own lags allowed along the way, at most `generations`
-// input edges) whose lags add up to the delay.
+// the baselines' windows, ranked by the share of the event's deviation (summed over its flagged
+// rows that deviate in the direction of the peak) those innovations explain; only positive
+// shares, at most `most`. A series' time is that of its innovation with the largest
+// contribution, its delay the rows from there to the row where that contribution is largest.
+// The path of each is the strongest walk of the graph (largest product of |coefficients|, own
+// lags allowed along the way, at most `generations` input edges) whose lags add up to the delay.
 std::vector<RootCauseFinding> ExplainOutlier(const ModelSystem& system,
                                              const Innovations& innovations,
                                              const TargetResponses& responses, std::size_t target,

@@ -136,6 +136,7 @@ struct Analysis {
   }
 
   Json OutlierEntry(const model::OutlierEvent& event) const {
+    const double critical = model::NormalQuantile(0.5 * (1.0 + threshold));
     Json entry = Json::object();
     PutTime(entry, event.time);
     entry["observed"] = event.observed;
@@ -143,6 +144,10 @@ struct Analysis {
     entry["probability"] = event.probability;
     entry["z"] = event.z;
     entry["baselineSteps"] = event.steps;
+    entry["innovationZ"] = event.innovation_z;
+    // Which kind of outlier: the series' own innovation, or a deviation that came through its
+    // inputs while its own equation predicted the value well.
+    entry["kind"] = std::fabs(event.innovation_z) >= critical ? "innovation" : "propagated";
     PutTime(entry, event.first, "runStart");
     PutTime(entry, event.last, "runEnd");
     return entry;
@@ -174,11 +179,19 @@ bool Responses(const Analysis& analysis, std::size_t series, const std::string& 
                model::TargetResponses& responses, MessageQueue& messages) {
   responses = model::ResponsesOf(analysis.data.system, series, analysis.steps,
                                  analysis.innovations.scale);
+  const std::string& id = analysis.data.system.series[series].id;
   if (!responses.complete) {
-    messages.Warning(place + "series '" + analysis.data.system.series[series].id +
+    messages.Warning(place + "series '" + id +
                      "' has an input without a model, so it has no baseline to test against");
+    return false;
   }
-  return responses.complete;
+  if (!std::isfinite(responses.variance.back())) {
+    messages.Warning(place + "series '" + id +
+                     "' or one of its inputs is missing in the data, so it is not searched for "
+                     "outliers");
+    return false;
+  }
+  return true;
 }
 
 // One member per series; names are kept to characters that cannot end the member's key early.

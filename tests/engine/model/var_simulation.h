@@ -10,6 +10,8 @@
 
 #include <Eigen/Dense>
 
+#include "engine/model/model_system.h"
+
 namespace engine::model::testing {
 
 // One equation of the true system: x_j,t = intercept + sum over terms of coef * x_{source,t-lag}
@@ -31,14 +33,21 @@ struct TrueSystem {
   std::vector<TrueEquation> equations;
 };
 
+// The ranges of the coefficients, own lag and parents' (before the row scaling below).
+struct Strengths {
+  double own_low = 0.2, own_high = 0.4;
+  double parent_low = 0.25, parent_high = 0.4;
+};
+
 // N series, each with its own lag 1 and `parents` other series as parents, each parent acting at
 // one random lag in 1..max_lag; unit noise, levels far from 0. Every row's absolute coefficient
 // sum stays at most 0.9, which keeps the system stable: sum_l ||A_l||_inf < 1 leaves
 // det(I - sum_l A_l z^l) nonzero on the closed unit disc.
-inline TrueSystem MakeSparseSystem(std::size_t n, int max_lag, std::size_t parents, unsigned seed) {
+inline TrueSystem MakeSparseSystem(std::size_t n, int max_lag, std::size_t parents, unsigned seed,
+                                   const Strengths& strengths = {}) {
   std::mt19937_64 random(seed);
-  std::uniform_real_distribution<double> own(0.2, 0.4);
-  std::uniform_real_distribution<double> strength(0.25, 0.4);
+  std::uniform_real_distribution<double> own(strengths.own_low, strengths.own_high);
+  std::uniform_real_distribution<double> strength(strengths.parent_low, strengths.parent_high);
   std::uniform_real_distribution<double> level(-20, 20);
   std::uniform_int_distribution<int> lag(1, max_lag);
   std::bernoulli_distribution sign(0.5);
@@ -69,6 +78,19 @@ inline TrueSystem MakeSparseSystem(std::size_t n, int max_lag, std::size_t paren
     equation.intercept = level(random);
   }
   return system;
+}
+
+// Every series a target, every other series a candidate: the request of a full build.
+inline std::vector<TargetRequest> AllTargets(std::size_t n) {
+  std::vector<TargetRequest> requests(n);
+  for (std::size_t j = 0; j < n; ++j) {
+    requests[j].series = j;
+    for (std::size_t k = 0; k < n; ++k) {
+      if (k != j)
+        requests[j].candidates.push_back(k);
+    }
+  }
+  return requests;
 }
 
 // Simulates `t` points after a burn-in of 200 (T x N).
