@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
 #include "host/bridge/jni_json.h"
 #include "host/bridge/zip_reader.h"
@@ -47,7 +48,14 @@ bool ReadOutlierRecords(const std::string& path, std::vector<OutlierRecord>& rec
   ZipReader reader(path);
   std::string name;
   bool folder = false;
-  if (!reader.GetFirst(name, folder)) return false;
+  // The detection writes a member for each series with outliers. With none the archive has no
+  // member, or is not written at all: no series to explain, and no failure. Something else
+  // than an archive is one.
+  if (!reader.GetFirst(name, folder)) {
+    std::error_code error;
+    return reader.IsOpen() || !std::filesystem::exists(path, error) ||
+           std::filesystem::file_size(path, error) == 0;
+  }
   bool result = true;
   for (bool more = true; more && records.size() < kMaxOutlierRecords;
        more = reader.GetNext(name, folder)) {

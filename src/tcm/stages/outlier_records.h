@@ -15,8 +15,9 @@ constexpr std::size_t kMaxOutlierRecords = 30;
 
 // Appends a record for each member of the outlier archive at `path` (a JSON member naming its
 // series under outlierDetection.analysisSettings.targetTimeSeries), up to kMaxOutlierRecords.
-// An empty path gives true. False when the archive has no member, or when a member names no
-// series: the detection gave something the output cannot use.
+// An empty path, an empty archive and none at all give true: no series has outliers. False for a
+// file that is no archive, and when a member names no series: the detection gave something the
+// output cannot use.
 bool ReadOutlierRecords(const std::string& path, std::vector<OutlierRecord>& records);
 
 // True when a series filter of `spec` chooses the series `key` (dimension values in the order of

@@ -3,6 +3,7 @@
 // the scenario command's tcmScoreConf and arScoreConf.
 #include "tcm/stages/model_confs.h"
 
+#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -244,6 +245,14 @@ TEST(ModelConfs, OutlierRecordsAndTheSeriesThatFiltersChoose) {
   records.clear();
   EXPECT_FALSE(ReadOutlierRecords(archive, records));
   EXPECT_TRUE(ReadOutlierRecords("", records));
+  // No series with outliers: an archive of no member, or none written.
+  EXPECT_TRUE(ReadOutlierRecords((dir->path() / "none.zip").string(), records));
+  support::ZipArchiveWriter none;
+  (void)none.WriteTo((dir->path() / "none.zip").string());
+  EXPECT_TRUE(ReadOutlierRecords((dir->path() / "none.zip").string(), records));
+  EXPECT_TRUE(records.empty());
+  std::ofstream((dir->path() / "text.zip").string()) << "not an archive";
+  EXPECT_FALSE(ReadOutlierRecords((dir->path() / "text.zip").string(), records));
 
   // store is numeric: "1.00" is store 1. region is text.
   const TCMModelValidSpecs spec =
