@@ -88,6 +88,41 @@ def make_apply_report(tcm, examples, work):
     return os.path.join(work, "apply.html")
 
 
+def check_model_report(driver, check, page, screenshots):
+    """What a user does first in the retail report: find a series, read a chart's values, see the
+    forecast and the graph."""
+    driver.go("file://" + page)
+    errors = [entry for entry in (driver.browser_log() or []) if entry.get("level") == "SEVERE"]
+    check("no console error in the retail report", not errors, json.dumps(errors)[:400])
+    search = driver.find(".outline-search")
+    search.send_keys("sales Beverages North")
+    found = driver.run(
+        "return Array.prototype.filter.call(document.querySelectorAll('.outline li.match > a'),"
+        " function (a) { return a.offsetParent !== null; }).map(function (a) {"
+        " return a.getAttribute('title') || a.textContent; });")
+    check("the search finds the series", any("sales" in t and "Beverages" in t and "North" in t
+                                              for t in found), found[:5])
+    # A series plot with its forecast, opened and brought into view.
+    driver.run(
+        "var chart = document.querySelector('svg.line-chart rect.forecast').closest('svg.line-chart');"
+        "for (var s = chart.closest('section.collapsed'); s; s = chart.closest('section.collapsed'))"
+        "  s.querySelector(':scope > .section-title').click();"
+        "chart.id = 'chart-under-test'; chart.scrollIntoView({block: 'center', behavior: 'instant'});")
+    share = driver.run(
+        "var plot = document.querySelector('#chart-under-test svg.plot'), view = plot.viewBox.baseVal;"
+        "var start = plot.querySelector('rect.forecast').x.baseVal.value;"
+        "return (view.x + view.width - start) / view.width;")
+    check("the forecast takes at least a sixth of the plot", share >= 1 / 6.0, share)
+    driver.hover(driver.find("#chart-under-test svg.plot"))
+    tip = driver.run("var t = document.querySelector('.tooltip'); return [t.hidden, t.textContent];")
+    check("hovering a series plot shows the values of a day",
+          not tip[0] and any(ch.isdigit() for ch in tip[1]) and "20" in tip[1], tip)
+    if screenshots:
+        driver.screenshot(driver.find("#chart-under-test"), os.path.join(screenshots, "series-forecast.png"))
+        driver.go("file://" + page)
+        driver.screenshot(driver.find("body"), os.path.join(screenshots, "first-screen.png"))
+
+
 def check_apply_report(driver, check, page, screenshots):
     driver.go("file://" + page)
     check("the apply report loads", driver.run("return document.readyState") == "complete")
@@ -266,6 +301,7 @@ def main():
                 driver.screenshot(driver.find(css), os.path.join(args.screenshots, name))
 
         if apply_page:
+            check_model_report(driver, check, os.path.join(work, "model.html"), args.screenshots)
             check_apply_report(driver, check, apply_page, args.screenshots)
     finally:
         driver.quit()
