@@ -199,14 +199,11 @@ std::string StaticSvg(const SystemGraph& graph, const std::string& view, std::si
   svg << "<svg class=\"graph\" viewBox=\"" << C(picture.min_x) << ' ' << C(picture.min_y) << ' ' << C(width)
       << ' ' << C(picture.max_y - picture.min_y) << "\" style=\"max-width:" << C(width * 1.25)
       << "px\" role=\"img\"><g class=\"edges\">";
-  double heaviest = 0;
-  for (const auto& edge : graph.edges) heaviest = std::max(heaviest, std::fabs(edge.weight.value_or(0)));
   for (const auto& edge : graph.edges) {
     if (edge.from == edge.to || !picture.at.count(edge.from) || !picture.at.count(edge.to)) continue;
     if (single && edge.from != centre && edge.to != centre) continue;
     if (!graph.Significant(edge, graph.sig_level)) continue;
     const Place a = picture.at.at(edge.from), b = picture.at.at(edge.to);
-    const double strength = heaviest > 0 ? std::fabs(edge.weight.value_or(0)) / heaviest : 0.5;
     std::string d;
     std::string head = Head(b.x - 7, b.y);
     if (single) {
@@ -218,8 +215,7 @@ std::string StaticSvg(const SystemGraph& graph, const std::string& view, std::si
     } else {
       d = LayeredPath(a, picture.right.at(edge.from), b);
     }
-    svg << "<g class=\"edge " << SignClass(Sign(edge)) << "\"><path class=\"edge-line\" stroke-width=\""
-        << C(1 + 2 * strength) << "\" d=\"" << d << "\"/><path class=\"edge-head\" d=\"" << head << "\"/></g>";
+    svg << "<g class=\"edge " << SignClass(Sign(edge)) << "\"><path class=\"edge-line\" stroke-width=\"1.6\" d=\"" << d << "\"/><path class=\"edge-head\" d=\"" << head << "\"/></g>";
   }
   svg << "</g><g class=\"nodes\">";
   for (const auto& [x, metric] : picture.headers) {

@@ -260,7 +260,8 @@
           tip = head(b.x - 7, b.y, 1);
         }
         var width = many ? 1 + 1.2 * Math.log(link.edges.length) / Math.LN2 : 1.6;
-        parts.push('<g class="edge ' + sign + '" data-link="' + k + '"><path class="edge-line" stroke-width="' +
+        var highest = Math.max.apply(null, link.edges.map(function (edge) { return edge.p === null ? 0 : edge.p; }));
+        parts.push('<g class="edge ' + sign + '" data-link="' + k + '" data-p="' + highest + '"><path class="edge-line" stroke-width="' +
           fixed(width) + '" d="' + d + '"/><path class="edge-head" d="' + tip + '"/></g>');
       });
       parts.push('</g><g class="nodes">');
@@ -283,12 +284,14 @@
         var label = slot.side === undefined || slot.side > 0 ? '<text class="node-label" x="10" y="4">'
           : slot.side < 0 ? '<text class="node-label" x="-10" y="4" text-anchor="end">'
           : '<text class="node-label centre-label" x="0" y="21" text-anchor="middle">';
-        parts.push('<g class="node ' + (node.target ? "target" : "input-only") + '" data-slot="' + key + '"' + at +
+        parts.push('<g class="node ' + (node.target ? "target" : "input-only") + '" data-slot="' + key +
+          '" data-label="' + esc(node.label) + '"' + at +
           "><title>" + esc(slot.title) + '</title><circle r="5"/>' +
           (showOutliers && node.outliers > 0 ? '<circle class="outlier-ring" r="8.5"/>' : "") + label +
           esc(slot.text) + "</text></g>");
       });
       parts.push("</g>");
+      root.classList.remove("has-focus"); // the focused node may be gone
       svg.innerHTML = parts.join("");
       // Room for the arcs between folded columns.
       var box = layout.box.slice();
