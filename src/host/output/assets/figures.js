@@ -453,6 +453,8 @@
         describe(slot.node);
       }
     });
+    // A short list costs little; a long one waits until the reader opens it.
+    if (nodes.length <= 40) fillSeries();
     seriesPick.addEventListener("focus", fillSeries);
     seriesPick.addEventListener("mousedown", fillSeries);
     viewPick.addEventListener("change", function () {
