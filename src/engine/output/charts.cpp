@@ -422,13 +422,21 @@ Node SystemGraph(const OutputData& data, const std::string& rank_statistic) {
     if (!equation.is_target) continue;
     for (const model::InputBlock& block : equation.blocks) {
       if (block.own) continue;
+      // The sign of an input's effect is that of the sum of its lag coefficients: the change
+      // of the target that a lasting unit rise of the input brings.
+      double effect = 0;
+      for (double coefficient : block.coefficients) {
+        if (std::isfinite(coefficient)) effect += coefficient;
+      }
       edge_rows.push_back(Node::array({block.series, equation.series, Number(block.f_p_value),
-                                       Number(block.f), StrongestLag(block)}));
+                                       Number(block.f), StrongestLag(block), Number(effect),
+                                       static_cast<int>(block.coefficients.size())}));
     }
   }
   Node edge_fields = Node::array({DataField("source", "", "source"), DataField("target", "", "target"),
                                   DataField("p", "Sig.", "pValue"), DataField("weight", "F", "weight"),
-                                  DataField("lag", "Lag", "lag")});
+                                  DataField("lag", "Lag", "lag"), DataField("effect", "Effect", "effect"),
+                                  DataField("lags", "Lags", "lags")});
   Node chart = Visualization("networkGraph", "Overall Model System",
                              Node::array({DataSet("nodes", std::move(fields), std::move(node_rows)),
                                           DataSet("edges", std::move(edge_fields), std::move(edge_rows))}));

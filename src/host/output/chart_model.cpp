@@ -91,6 +91,8 @@ bool ReadSystemGraph(const nlohmann::json& payload, SystemGraph& out, std::strin
     }
     GraphNode one;
     one.label = TextOf(node, "label");
+    one.metric = TextOf(node, "metric");
+    one.values = TextOf(node, "values");
     one.target = node.value("target", false);
     one.rank = Number(node, "rank");
     one.outliers = Number(node, "outliers");
@@ -113,7 +115,8 @@ bool ReadSystemGraph(const nlohmann::json& payload, SystemGraph& out, std::strin
       continue;
     }
     out.edges.push_back({static_cast<std::size_t>(*from), static_cast<std::size_t>(*to),
-                         Number(edge, "p"), Number(edge, "weight"), Number(edge, "lag")});
+                         Number(edge, "p"), Number(edge, "weight"), Number(edge, "lag"),
+                         Number(edge, "effect"), Number(edge, "lags")});
   }
   return true;
 }

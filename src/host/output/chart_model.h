@@ -8,8 +8,9 @@
 //   {"kind":"systemGraph","view":"top"|"all"|"noInputs"|"single","series":t,"topModels":n,
 //     "sigLevel":p,"showOutliers":b,"fitStatistic":t,"modelFile":t,
 //     "statistics":[{"name","format"}],
-//     "nodes":[{"label","key","target","rank","outliers","stats":[...],"details":[[name,text]]}],
-//     "edges":[{"from","to","p","weight","lag"}]}
+//     "nodes":[{"label","key","metric","values","target","rank","outliers","stats":[...],
+//     "details":[[name,text]]}],
+//     "edges":[{"from","to","p","weight","lag","effect","lags"}]}
 //   {"kind":"impact","initial":"causes"|"effects","rootCause":b,"modelFile":t,
 //     "trees":[{"direction","subtitle","nodes":[{"label","key","parent","level","lag","p",
 //     "weight","rootCause","score"}]}],"plots":{series text: line payload}}
@@ -56,6 +57,8 @@ struct GraphNode {
   std::optional<double> outliers;
   std::vector<std::optional<double>> stats;
   std::vector<std::pair<std::string, std::string>> details;
+  std::string metric; // the series' metric, "" when its name was not read apart
+  std::string values; // its dimension values, "North \u00b7 Snacks"
 };
 
 struct GraphEdge {
@@ -63,7 +66,9 @@ struct GraphEdge {
   std::size_t to = 0;
   std::optional<double> p;
   std::optional<double> weight;
-  std::optional<double> lag;
+  std::optional<double> lag;    // the lag of the strongest coefficient
+  std::optional<double> effect; // the sum of the input's coefficients: its sign is the effect's
+  std::optional<double> lags;   // how many lags the input enters with
 };
 
 struct SystemGraph {

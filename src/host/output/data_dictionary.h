@@ -1,9 +1,11 @@
 // This file contains dataDictionary and dataField: the fields named by the output document,
-// with the decimals their values print with.
+// with the decimals their values print with, and the one name the report gives each series.
 #pragma once
 
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/bridge/jni_json.h"
 
@@ -38,7 +40,31 @@ class dataDictionary {
   // The field of that name (exact, then without regard to case); unknown: decimals -1.
   dataField getField(const std::string& name) const;
 
+  // The name the report shows for a series, wherever it shows one: the metric, then
+  // "-dimension:value" for each dimension in the order given, each value by its value label
+  // where the dataset's variable has one ("visits-region:South-product:Snacks").
+  std::string seriesName(const std::string& metric,
+                         const std::vector<std::pair<std::string, std::string>>& dimensions) const;
+  // A dimension value by its value label where the dataset's variable has one, else as written.
+  std::string valueName(const std::string& dimension, const std::string& value) const;
+  // The metric and the dimension values of a composite text that names a series (the metric,
+  // then "-", "dimension:", value per dimension); false for any other text.
+  static bool seriesParts(JNIJSONHandle composite, std::string& metric,
+                          std::vector<std::pair<std::string, std::string>>& dimensions);
+  // Learns the series of the document: each composite text that names a series maps its text
+  // as written (values by their codes) to seriesName.
+  void learnSeriesNames(JNIJSONHandle document);
+  // A text of the document with a learned series text shown by the series' name: the whole
+  // text, or the part after a space that is one ("Residual of visits-product:A"); any other
+  // text as it stands.
+  std::string shownName(const std::string& text) const;
+  // As shownName, for a text the document does not hold: a series text
+  // ("metric-dimension:value-...") whose dimensions are all variables of the dataset is read
+  // apart and named; any other text stands.
+  std::string shownNameOfText(const std::string& text) const;
+
  private:
   std::map<std::string, dataField> fields_;
+  std::map<std::string, std::string> series_names_; // written text -> shown name
   const ProcedureDataSource* data_ = nullptr;
 };

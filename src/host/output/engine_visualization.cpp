@@ -23,6 +23,7 @@ struct Field {
   std::vector<std::vector<std::string>> cats; // texts of each category list
   std::vector<std::string> cat_names;
   std::vector<std::string> keys; // keys of the first list, "" where none
+  std::vector<JNIJSONHandle> elements; // the text nodes of the first list
 };
 
 struct DataSet {
@@ -73,6 +74,7 @@ bool ReadDataArray(JNIJSONHandle node, const dataDictionary& dictionary,
           const JNIJSONHandle element = A::get(content, c);
           texts.push_back(CompositeTextOf(element, dictionary));
           if (k == 0) field.keys.push_back(Text(element, "key"));
+          if (k == 0) field.elements.push_back(element);
         }
         field.cats.push_back(std::move(texts));
         field.cat_names.push_back(Text(cat, "name"));
@@ -112,7 +114,8 @@ nlohmann::json JsonNumber(const std::optional<double>& value) {
 
 // The category text of a categorical cell: an index into the field's first list; a text cell
 // is taken as it stands.
-std::string CategoryAt(const DataSet& set, std::size_t row, int field, std::string* key = nullptr) {
+std::string CategoryAt(const DataSet& set, std::size_t row, int field, std::string* key = nullptr,
+                       JNIJSONHandle* element = nullptr) {
   const JNIJSONHandle cell = CellAt(set, row, field);
   if (cell == nullptr || field < 0) return {};
   const Field& at = set.fields[static_cast<std::size_t>(field)];
@@ -120,6 +123,7 @@ std::string CategoryAt(const DataSet& set, std::size_t row, int field, std::stri
     const auto index = cell->get<long long>();
     if (!at.cats.empty() && index >= 0 && static_cast<std::size_t>(index) < at.cats[0].size()) {
       if (key != nullptr) *key = at.keys[static_cast<std::size_t>(index)];
+      if (element != nullptr) *element = at.elements[static_cast<std::size_t>(index)];
       return at.cats[0][static_cast<std::size_t>(index)];
     }
     return {};
@@ -150,6 +154,9 @@ bool ExpectKind(JNIJSONHandle node, std::string_view kind, std::string& problem)
 } // namespace
 
 std::string CompositeTextOf(JNIJSONHandle node, const dataDictionary& dictionary) {
+  std::string metric;
+  std::vector<std::pair<std::string, std::string>> dimensions;
+  if (dataDictionary::seriesParts(node, metric, dimensions)) return dictionary.seriesName(metric, dimensions);
   const JNIJSONHandle children = J::get(J::get(J::get(node, "text"), "compositeText"), "children");
   std::string text;
   for (std::size_t i = 0; i < A::size(children); ++i) {
@@ -221,7 +228,7 @@ bool LineChartPayload(JNIJSONHandle node, const dataDictionary& dictionary,
   for (std::size_t f = 0; f < set.fields.size(); ++f) {
     const Field& line = set.fields[f];
     if (line.role != "line") continue;
-    nlohmann::json one = {{"name", line.label}};
+    nlohmann::json one = {{"name", dictionary.shownName(line.label)}};
     nlohmann::json y = nlohmann::json::array();
     for (std::size_t r = 0; r < set.row_count; ++r) y.push_back(JsonNumber(NumberAt(set, r, static_cast<int>(f))));
     one["y"] = y;
@@ -257,6 +264,7 @@ bool LineChartPayload(JNIJSONHandle node, const dataDictionary& dictionary,
     payload["xLabel"] = set.fields[static_cast<std::size_t>(x)].label;
   }
   CopyText(node, "yLabel", payload, "yLabel");
+  if (payload.contains("yLabel")) payload["yLabel"] = dictionary.shownName(payload["yLabel"].get<std::string>());
   CopyText(node, "title", payload, "title");
   if (const JNIJSONHandle marks = J::get(node, "marks"); marks != nullptr && marks->is_array()) {
     nlohmann::json list = nlohmann::json::array();
@@ -377,9 +385,21 @@ bool SystemGraphPayload(JNIJSONHandle node, const dataDictionary& dictionary,
   nlohmann::json list = nlohmann::json::array();
   for (std::size_t r = 0; r < nodes.row_count; ++r) {
     std::string key;
-    const std::string label = CategoryAt(nodes, r, series, &key);
+    JNIJSONHandle element = nullptr;
+    const std::string label = CategoryAt(nodes, r, series, &key, &element);
     nlohmann::json one = {{"label", label}, {"target", targets.count(label) > 0}};
     if (!key.empty()) one["key"] = key;
+    // The metric and the dimension values apart, for a graph that groups series by metric.
+    std::string metric;
+    std::vector<std::pair<std::string, std::string>> dimensions;
+    if (dataDictionary::seriesParts(element, metric, dimensions)) {
+      std::string values;
+      for (const auto& [dimension, value] : dimensions) {
+        values += (values.empty() ? "" : " \u00b7 ") + dictionary.valueName(dimension, value);
+      }
+      one["metric"] = metric;
+      if (!values.empty()) one["values"] = values;
+    }
     if (const auto value = NumberAt(nodes, r, rank)) one["rank"] = *value;
     if (const auto value = NumberAt(nodes, r, outliers)) one["outliers"] = *value;
     nlohmann::json stats = nlohmann::json::array();
@@ -395,6 +415,8 @@ bool SystemGraphPayload(JNIJSONHandle node, const dataDictionary& dictionary,
     const int p = FieldWithRole(links, "pValue");
     const int weight = FieldWithRole(links, "weight");
     const int lag = FieldWithRole(links, "lag");
+    const int effect = FieldWithRole(links, "effect");
+    const int lags = FieldWithRole(links, "lags");
     if (from < 0 || to < 0) {
       problem = "the graph's edge data lack a field with the role source or target";
       return false;
@@ -411,6 +433,8 @@ bool SystemGraphPayload(JNIJSONHandle node, const dataDictionary& dictionary,
       edge["p"] = JsonNumber(NumberAt(links, r, p));
       edge["weight"] = JsonNumber(NumberAt(links, r, weight));
       if (const auto value = NumberAt(links, r, lag)) edge["lag"] = *value;
+      if (const auto value = NumberAt(links, r, effect)) edge["effect"] = *value;
+      if (const auto value = NumberAt(links, r, lags)) edge["lags"] = *value;
       edges.push_back(std::move(edge));
     }
   }
@@ -463,6 +487,7 @@ bool ImpactTreePayload(JNIJSONHandle node, const dataDictionary& dictionary, nlo
   if (direction != "effects") direction = "causes";
   tree = {{"direction", direction}, {"nodes", list}};
   CopyText(node, "subtitle", tree, "subtitle");
+  if (tree.contains("subtitle")) tree["subtitle"] = dictionary.shownName(tree["subtitle"].get<std::string>());
   return true;
 }
 

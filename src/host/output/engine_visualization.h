@@ -14,6 +14,7 @@
 namespace host {
 
 // The plain text of a composite text node ({"text": {"compositeText": {"children": [...]}}}):
+// a node that names a series gives the series' name (dataDictionary::seriesName); otherwise
 // each child gives its stringDataText value, or its numericDataText value (cut at the "." when
 // its variable's field has 0 decimals), or its stringText value unless that is a tooltip. A
 // node of another shape gives "".

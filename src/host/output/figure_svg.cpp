@@ -18,30 +18,27 @@
 #include "host/output/text_renderer.h"
 
 namespace host {
-namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-// Graphs draw a little larger than their layout units, so 11px labels read at 14px; a large
-// graph scrolls in its frame rather than shrinking its labels.
-constexpr double kGraphScale = 1.3;
-
-std::string C(double value) {
+std::string SvgCoordinate(double value) {
   char buffer[32];
   const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 1);
   return std::string(buffer, result.ptr);
 }
 
+namespace {
+
+std::string C(double value) { return SvgCoordinate(value); }
+
 std::string E(const std::string& text) { return EscapeMarkup(text); }
 
 std::string Word(const char* key) { return FacSTDictionary::Shared().LookUp(key); }
 
-std::string PText(double p) { return FormatValue(p, ValueFormat{ValueFormat::Kind::PValue, 3, true}); }
 
-// Approximate width in pixels of a label at the figures' 11px font.
+} // namespace
+
 double LabelWidth(const std::string& text) { return static_cast<double>(DisplayWidth(text)) * 6.3; }
 
-// Labels longer than this are cut with an ellipsis; the full text stays in the hover title.
-std::string Shorten(const std::string& text, std::size_t most = 30) {
+std::string Shorten(const std::string& text, std::size_t most) {
   if (DisplayWidth(text) <= most) return text;
   std::string out;
   std::size_t width = 0;
@@ -54,6 +51,8 @@ std::string Shorten(const std::string& text, std::size_t most = 30) {
   }
   return out + "\u2026";
 }
+
+namespace {
 
 struct Axis {
   double low = 0;
@@ -320,137 +319,7 @@ std::string Tabs(const std::vector<std::pair<std::string, std::string>>& panes,
   return html;
 }
 
-// ---------------------------------------------------------------- graph
-
-struct Point {
-  double x = 0;
-  double y = 0;
-};
-
-struct GraphLayout {
-  std::map<std::size_t, Point> at;
-  std::map<std::size_t, double> angle; // circle: the node's angle; ego: 0 right, pi left
-  double min_x = 0, min_y = 0, max_x = 0, max_y = 0;
-};
-
-double LongestLabel(const SystemGraph& graph, const std::vector<std::size_t>& nodes) {
-  double widest = 40;
-  for (std::size_t i : nodes) widest = std::max(widest, LabelWidth(Shorten(graph.nodes[i].label)));
-  return widest;
-}
-
-GraphLayout CircleLayout(const SystemGraph& graph, const std::vector<std::size_t>& nodes,
-                         const std::vector<std::size_t>& order) {
-  GraphLayout layout;
-  std::vector<std::size_t> sorted = nodes;
-  std::sort(sorted.begin(), sorted.end(), [&](std::size_t a, std::size_t b) { return order[a] < order[b]; });
-  const double n = static_cast<double>(sorted.size());
-  // 17px of arc per node keeps radial labels of 11px apart.
-  const double radius = std::max(110.0, n * 17 / (2 * kPi));
-  for (std::size_t k = 0; k < sorted.size(); ++k) {
-    const double angle = -kPi / 2 + 2 * kPi * static_cast<double>(k) / std::max(1.0, n);
-    layout.at[sorted[k]] = {radius * std::cos(angle), radius * std::sin(angle)};
-    layout.angle[sorted[k]] = angle;
-  }
-  const double margin = LongestLabel(graph, nodes) + 24;
-  layout.min_x = layout.min_y = -radius - margin;
-  layout.max_x = layout.max_y = radius + margin;
-  return layout;
-}
-
-GraphLayout EgoLayout(const SystemGraph& graph, std::size_t centre) {
-  GraphLayout layout;
-  std::vector<std::size_t> inputs, outputs;
-  std::set<std::size_t> seen{centre};
-  for (const auto& edge : graph.edges) {
-    if (edge.to == centre && seen.insert(edge.from).second) inputs.push_back(edge.from);
-  }
-  for (const auto& edge : graph.edges) {
-    if (edge.from == centre && seen.insert(edge.to).second) outputs.push_back(edge.to);
-  }
-  const double gap = 26, span = 230;
-  const auto column = [&](const std::vector<std::size_t>& list, double x, double angle) {
-    const double top = -gap * static_cast<double>(list.size() - 1) / 2;
-    for (std::size_t k = 0; k < list.size(); ++k) {
-      layout.at[list[k]] = {x, top + gap * static_cast<double>(k)};
-      layout.angle[list[k]] = angle;
-    }
-  };
-  column(inputs, -span, kPi);
-  column(outputs, span, 0);
-  layout.at[centre] = {0, 0};
-  layout.angle[centre] = kPi / 2;
-  const double rows = static_cast<double>(std::max<std::size_t>({inputs.size(), outputs.size(), 1}));
-  std::vector<std::size_t> all(seen.begin(), seen.end());
-  const double margin = LongestLabel(graph, all) + 24;
-  layout.min_x = -span - margin;
-  layout.max_x = span + margin;
-  layout.min_y = -gap * rows / 2 - 30;
-  layout.max_y = gap * rows / 2 + 30;
-  return layout;
-}
-
 } // namespace
-
-std::vector<std::size_t> CircleOrder(const SystemGraph& graph) {
-  const std::size_t n = graph.nodes.size();
-  std::vector<std::vector<std::size_t>> near(n);
-  for (const auto& edge : graph.edges) {
-    if (edge.from == edge.to) continue;
-    near[edge.from].push_back(edge.to);
-    near[edge.to].push_back(edge.from);
-  }
-  // Breadth-first through each connected part, the best-connected series first, so that
-  // neighbours sit near each other and parts do not interleave.
-  std::vector<std::size_t> by_degree(n);
-  std::iota(by_degree.begin(), by_degree.end(), 0);
-  std::stable_sort(by_degree.begin(), by_degree.end(),
-                   [&](std::size_t a, std::size_t b) { return near[a].size() > near[b].size(); });
-  std::vector<std::size_t> sequence;
-  std::vector<bool> placed(n, false);
-  for (std::size_t start : by_degree) {
-    if (placed[start]) continue;
-    std::vector<std::size_t> queue{start};
-    placed[start] = true;
-    for (std::size_t head = 0; head < queue.size(); ++head) {
-      sequence.push_back(queue[head]);
-      for (std::size_t next : near[queue[head]]) {
-        if (!placed[next]) {
-          placed[next] = true;
-          queue.push_back(next);
-        }
-      }
-    }
-  }
-  // Barycentre passes on the circle: each node moves toward the mean direction of its
-  // neighbours, which shortens chords.
-  std::vector<double> angle(n);
-  for (std::size_t k = 0; k < n; ++k) angle[sequence[k]] = 2 * kPi * static_cast<double>(k) / std::max<double>(1, static_cast<double>(n));
-  for (int pass = 0; pass < 4; ++pass) {
-    std::vector<double> wanted(angle);
-    for (std::size_t i = 0; i < n; ++i) {
-      if (near[i].empty()) continue;
-      double sx = std::cos(angle[i]), sy = std::sin(angle[i]);
-      for (std::size_t j : near[i]) {
-        sx += std::cos(angle[j]);
-        sy += std::sin(angle[j]);
-      }
-      double a = std::atan2(sy, sx);
-      if (a < 0) a += 2 * kPi;
-      wanted[i] = a;
-    }
-    std::vector<std::size_t> ranked(n);
-    std::iota(ranked.begin(), ranked.end(), 0);
-    std::stable_sort(ranked.begin(), ranked.end(), [&](std::size_t a, std::size_t b) { return wanted[a] < wanted[b]; });
-    for (std::size_t k = 0; k < n; ++k) angle[ranked[k]] = 2 * kPi * static_cast<double>(k) / static_cast<double>(n);
-  }
-  std::vector<std::size_t> ranked(n);
-  std::iota(ranked.begin(), ranked.end(), 0);
-  std::stable_sort(ranked.begin(), ranked.end(), [&](std::size_t a, std::size_t b) { return angle[a] < angle[b]; });
-  std::vector<std::size_t> order(n);
-  for (std::size_t k = 0; k < n; ++k) order[ranked[k]] = k;
-  return order;
-}
 
 std::string RenderDistributionHtml(const Distribution& figure) {
   std::vector<std::pair<std::string, std::string>> panes;
@@ -467,161 +336,6 @@ std::string RenderDistributionHtml(const Distribution& figure) {
             DotPlotSvg(figure) + "</div></div>";
   }
   return html + "</div>";
-}
-
-std::string RenderSystemGraphHtml(const SystemGraph& graph) {
-  const std::vector<std::size_t> order = CircleOrder(graph);
-  const std::size_t centre = graph.SingleIndex(graph.series);
-  std::string view = graph.view;
-  if (view == "single" && centre >= graph.nodes.size()) view = "all";
-  const std::vector<std::size_t> shown = graph.ViewNodes(view, graph.series);
-  const GraphLayout layout = view == "single" ? EgoLayout(graph, centre) : CircleLayout(graph, shown, order);
-  std::set<std::size_t> visible(shown.begin(), shown.end());
-
-  // Significance levels on the slider; the run's own level is always one of them.
-  std::vector<double> levels{0.001, 0.005, 0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1};
-  if (graph.sig_level > 0 && std::find(levels.begin(), levels.end(), graph.sig_level) == levels.end()) {
-    levels.push_back(graph.sig_level);
-    std::sort(levels.begin(), levels.end());
-  }
-  std::size_t level_at = levels.size() - 1;
-  for (std::size_t k = 0; k < levels.size(); ++k) {
-    if (levels[k] >= graph.sig_level) {
-      level_at = k;
-      break;
-    }
-  }
-  std::string level_list;
-  for (double level : levels) level_list += (level_list.empty() ? "" : " ") + FormatNumber(level);
-
-  std::ostringstream html;
-  html << "<div class=\"figure system-graph\" data-view=\"" << E(view) << "\" data-top=\""
-       << graph.top_models << "\" data-centre=\"" << (centre < graph.nodes.size() ? centre : 0)
-       << "\" data-levels=\"" << level_list << "\" data-words=\""
-       << E(Word("Output.GraphCount") + "\n" + Word("Output.Inputs") + "\n" + Word("Output.Outputs") +
-            "\n" + Word("Output.NoInputs") + "\n" + Word("Output.NoOutputs") + "\n" +
-            Word("Output.ShowAlone"))
-       << "\">";
-  // Controls.
-  html << "<div class=\"figure-controls\"><label>" << E(Word("Output.View"))
-       << " <select class=\"graph-view\">";
-  const std::pair<const char*, const char*> views[] = {{"top", "Top models"},
-                                                       {"all", "All series"},
-                                                       {"noInputs", "Models with no inputs"},
-                                                       {"single", "Output.SingleSeries"}};
-  for (const auto& [name, word] : views) {
-    html << "<option value=\"" << name << "\"" << (view == name ? " selected" : "") << ">"
-         << E(Word(word)) << "</option>";
-  }
-  html << "</select></label><label class=\"series-pick\">" << E(Word("Output.Series"))
-       << " <select class=\"graph-series\">";
-  std::vector<std::size_t> alphabetical(graph.nodes.size());
-  std::iota(alphabetical.begin(), alphabetical.end(), 0);
-  std::stable_sort(alphabetical.begin(), alphabetical.end(), [&](std::size_t a, std::size_t b) {
-    return graph.nodes[a].label < graph.nodes[b].label;
-  });
-  for (std::size_t i : alphabetical) {
-    html << "<option value=\"" << i << "\"" << (i == centre ? " selected" : "") << ">"
-         << E(graph.nodes[i].label) << "</option>";
-  }
-  html << "</select></label><label class=\"sig-pick\">" << E(Word("Output.SignificanceLevel"))
-       << " <input type=\"range\" class=\"graph-sig\" min=\"0\" max=\"" << levels.size() - 1
-       << "\" step=\"1\" value=\"" << level_at << "\"> <output class=\"graph-sig-value\">p \u2264 "
-       << FormatNumber(levels[level_at]) << "</output></label><span class=\"graph-count\"></span></div>";
-
-  // The drawing.
-  html << "<div class=\"graph-frame\"><svg class=\"graph\" viewBox=\"" << C(layout.min_x) << ' '
-       << C(layout.min_y) << ' ' << C(layout.max_x - layout.min_x) << ' ' << C(layout.max_y - layout.min_y)
-       << "\" width=\"" << C(kGraphScale * (layout.max_x - layout.min_x)) << "\" role=\"img\"><g class=\"edges\">";
-  double heaviest = 0;
-  for (const auto& edge : graph.edges) heaviest = std::max(heaviest, std::fabs(edge.weight.value_or(0)));
-  for (const auto& edge : graph.edges) {
-    if (edge.from == edge.to) continue;
-    const bool in_view = visible.count(edge.from) && visible.count(edge.to) &&
-                         (view != "single" || edge.from == centre || edge.to == centre);
-    const double strength = heaviest > 0 ? std::fabs(edge.weight.value_or(0)) / heaviest : 0.5;
-    const std::string strength_class = !edge.p ? "p1" : *edge.p <= 0.01 ? "p1" : *edge.p <= 0.05 ? "p2" : "p3";
-    std::string tip = graph.nodes[edge.from].label + " \u2192 " + graph.nodes[edge.to].label;
-    if (edge.p) tip += "\np " + PText(*edge.p);
-    if (edge.weight) tip += "\n" + Word("Output.Weight") + " " + FormatNumber(*edge.weight, 3);
-    if (edge.lag) tip += "\n" + Word("Output.Lag") + " " + FormatNumber(*edge.lag);
-    html << "<g class=\"edge " << strength_class << (graph.Significant(edge, graph.sig_level) ? "" : " filtered")
-         << "\"" << (in_view ? "" : " hidden") << " data-from=\"" << edge.from << "\" data-to=\""
-         << edge.to << "\" data-p=\"" << (edge.p ? FormatNumber(*edge.p) : "") << "\" data-w=\""
-         << C(1 + 2.5 * strength) << "\" data-tip=\"" << E(tip) << "\">";
-    if (in_view) {
-      const Point a = layout.at.at(edge.from), b = layout.at.at(edge.to);
-      // A chord bent toward the centre (circle) or a gentle arc (columns); the head stops at
-      // the node's rim.
-      Point control = view == "single" ? Point{(a.x + b.x) / 2 + (b.y - a.y) * 0.08, (a.y + b.y) / 2 - (b.x - a.x) * 0.08}
-                                       : Point{(a.x + b.x) * 0.3, (a.y + b.y) * 0.3};
-      const double dx = b.x - control.x, dy = b.y - control.y;
-      const double length = std::max(1e-6, std::hypot(dx, dy));
-      const Point tip_at{b.x - dx / length * 8, b.y - dy / length * 8};
-      const Point back{tip_at.x - dx / length * 7, tip_at.y - dy / length * 7};
-      const Point side{-dy / length * 3.5, dx / length * 3.5};
-      html << "<path class=\"edge-line\" stroke-width=\"" << C(1 + 2.5 * strength) << "\" d=\"M"
-           << C(a.x) << ',' << C(a.y) << " Q" << C(control.x) << ',' << C(control.y) << ' ' << C(back.x)
-           << ',' << C(back.y) << "\"/><path class=\"edge-head\" d=\"M" << C(tip_at.x) << ','
-           << C(tip_at.y) << " L" << C(back.x + side.x) << ',' << C(back.y + side.y) << " L"
-           << C(back.x - side.x) << ',' << C(back.y - side.y) << " Z\"/>";
-    } else {
-      html << "<path class=\"edge-line\"/><path class=\"edge-head\"/>";
-    }
-    html << "</g>";
-  }
-  html << "</g><g class=\"nodes\">";
-  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-    const GraphNode& node = graph.nodes[i];
-    std::string info;
-    for (std::size_t s = 0; s < graph.statistics.size() && s < node.stats.size(); ++s) {
-      if (node.stats[s]) info += graph.statistics[s].first + ": " + FormatValue(*node.stats[s], graph.statistics[s].second) + "\n";
-    }
-    for (const auto& [name, value] : node.details) {
-      if (info.find(name + ": ") == std::string::npos && !name.empty()) info += name + ": " + value + "\n";
-    }
-    if (node.outliers) info += Word("Outliers") + ": " + FormatNumber(*node.outliers) + "\n";
-    const bool in_view = visible.count(i) > 0;
-    html << "<g class=\"node" << (node.target ? " target" : " input-only") << "\""
-         << (in_view ? "" : " hidden") << " data-i=\"" << i << "\" data-order=\"" << order[i]
-         << "\" data-label=\"" << E(node.label) << "\" data-rank=\""
-         << (node.rank ? FormatNumber(*node.rank) : "") << "\" data-info=\"" << E(info) << "\"";
-    double angle = 0;
-    if (in_view) {
-      const Point at = layout.at.at(i);
-      angle = layout.angle.at(i);
-      html << " transform=\"translate(" << C(at.x) << ' ' << C(at.y) << ")\"";
-    }
-    html << "><title>" << E(node.label) << "</title><circle r=\"6\"/>";
-    if (graph.show_outliers && node.outliers && *node.outliers > 0) {
-      html << "<circle class=\"outlier-ring\" r=\"9.5\"/>";
-    }
-    // Labels point away from the centre; on the left half they are turned to read forwards.
-    const bool left = std::cos(angle) < -1e-9;
-    const bool below = view == "single" && i == centre;
-    double degrees = angle * 180 / kPi;
-    if (left) degrees += 180;
-    if (below) {
-      html << "<text class=\"node-label centre-label\" x=\"0\" y=\"22\" text-anchor=\"middle\">";
-    } else {
-      html << "<text class=\"node-label\" x=\"" << (left ? -11 : 11) << "\" y=\"4\" text-anchor=\""
-           << (left ? "end" : "start") << "\" transform=\"rotate(" << C(view == "single" ? 0 : degrees) << ")\">";
-    }
-    html << E(Shorten(node.label)) << "</text></g>";
-  }
-  html << "</g></svg></div>";
-  // Legend and details.
-  html << "<div class=\"graph-legend\"><span class=\"key target\">" << E(Word("Output.Target"))
-       << "</span><span class=\"key input-only\">" << E(Word("Output.InputOnly")) << "</span>"
-       << "<span class=\"key key-input\">" << E(Word("Output.Inputs")) << "</span><span class=\"key key-output\">"
-       << E(Word("Output.Outputs")) << "</span>";
-  if (graph.show_outliers) html << "<span class=\"key outliers\">" << E(Word("Output.HasOutliers")) << "</span>";
-  html << "</div><div class=\"graph-details\" hidden></div>";
-  if (!graph.model_file.empty()) {
-    html << "<p class=\"figure-note\">" << E(Word("Model File")) << ": " << E(graph.model_file) << "</p>";
-  }
-  html << "</div>";
-  return html.str();
 }
 
 std::string RenderImpactHtml(const ImpactDiagram& diagram) {
@@ -700,7 +414,7 @@ std::string RenderImpactHtml(const ImpactDiagram& diagram) {
       const TreeNode& node = tree.nodes[i];
       std::string tip = node.label;
       if (node.lag) tip += "\n" + Word("Output.Lag") + " " + FormatNumber(*node.lag);
-      if (node.p) tip += "\np " + PText(*node.p);
+      if (node.p) tip += "\np " + GraphPText(*node.p);
       if (node.weight) tip += "\n" + Word("Output.Weight") + " " + FormatNumber(*node.weight, 3);
       if (node.score) tip += "\n" + Word("Output.Score") + " " + FormatNumber(*node.score, 3);
       if (node.root_cause) tip += "\n" + Word("Output.RootCause");
@@ -728,7 +442,7 @@ std::string RenderImpactHtml(const ImpactDiagram& diagram) {
     html << "</div>";
   }
   if (!diagram.model_file.empty()) {
-    html << "<p class=\"figure-note\">" << E(Word("Model File")) << ": " << E(diagram.model_file) << "</p>";
+    html << "<p class=\"figure-note model-file\">" << E(Word("Model File")) << ": " << E(diagram.model_file) << "</p>";
   }
   html << "</div>";
   return html.str();

@@ -8,8 +8,16 @@
 #include <vector>
 
 #include "host/output/chart_model.h"
+#include "host/output/graph_svg.h"
 
 namespace host {
+
+// A coordinate as the figures write it: one decimal.
+std::string SvgCoordinate(double value);
+// Approximate width in pixels of a label at the figures' 11px font.
+double LabelWidth(const std::string& text);
+// A label cut with an ellipsis beyond `most` columns; the full text stays in the hover title.
+std::string Shorten(const std::string& text, std::size_t most = 30);
 
 // Histogram and dot plot, each as an <svg class="chart histogram|dotplot">, with tabs between
 // them when both are present. Bars and dots carry a `data-tip` with their values. Values beyond
@@ -18,18 +26,8 @@ namespace host {
 // them, the far bins are merged); bin edges show the decimals their width needs.
 std::string RenderDistributionHtml(const Distribution& figure);
 
-// The model system graph: controls (view, series, significance level), an <svg class="graph">
-// with one <g class="node"> per series and one <g class="edge"> per connection, and a details
-// panel. Nodes sit on a circle in an order that keeps connected series together (the single
-// series view puts inputs left and outputs right of the series). Edges carry data-p and data-w.
-std::string RenderSystemGraphHtml(const SystemGraph& graph);
-
 // Impact trees, one <svg class="tree"> per direction with tabs between them, and the series
 // plots of the payload, shown when a node is chosen.
 std::string RenderImpactHtml(const ImpactDiagram& diagram);
-
-// The circular order of the graph's nodes (a position for each node): connected series next to
-// each other, a few barycentre passes to shorten edges. Exposed for the tests.
-std::vector<std::size_t> CircleOrder(const SystemGraph& graph);
 
 } // namespace host

@@ -128,6 +128,7 @@ jsonToReverb::jsonToReverb(RvProcedure* procedure, const ProcedureDataSource* da
     : procedure_(procedure), data_(data), dictionary_(dictionary), document_(json) {
   parsed_ = document_.isGood();
   dictionary_fields_ = dataDictionary(J::get(document_.getTop(), "dataDictionary"), data_);
+  dictionary_fields_.learnSeriesNames(document_.getTop());
 }
 
 jsonToReverb::jsonToReverb(RvProcedure* procedure, const ProcedureDataSource* data,
@@ -171,7 +172,19 @@ bool jsonToReverb::generateOutput(const std::string& root) {
 }
 
 std::string jsonToReverb::Title(const OutputOrder& order) const {
-  return order.TranslateTitle() ? dictionary_.LookUp(order.OutlineTitle()) : order.OutlineTitle();
+  // A title that names a series by the document's text of it shows the series' name.
+  return order.TranslateTitle() ? dictionary_.LookUp(order.OutlineTitle())
+                                : dictionary_fields_.shownName(order.OutlineTitle());
+}
+
+void jsonToReverb::NameSeries(host::Table& table) const {
+  for (auto& label : table.row_labels) label = dictionary_fields_.shownName(label);
+  for (auto& label : table.column_labels) label = dictionary_fields_.shownName(label);
+  for (auto& row : table.rows) {
+    for (auto& cell : row) {
+      if (!cell.is_number) cell.text = dictionary_fields_.shownName(cell.text);
+    }
+  }
 }
 
 void jsonToReverb::Warn(const OutputOrder& order, const std::string& problem) {
@@ -190,7 +203,7 @@ void jsonToReverb::Draw(const OutputOrder& order, JNIJSONHandle root) {
   for (const auto& level : path.Segments()) levels.push_back(dictionary_.LookUp(level));
   RvHeading heading = procedure_->FindOrMakePath(levels);
   if (TextOption(order.Options(), "showMessage") == "true") {
-    const std::string series = TextOption(order.Options(), "series");
+    const std::string series = dictionary_fields_.shownNameOfText(TextOption(order.Options(), "series"));
     heading.AddText(RvString(Title(order), false),
                     {dictionary_.Format("Output.NoOutliersToExplain", {series})});
     return;
@@ -228,6 +241,7 @@ void jsonToReverb::DrawTable(const OutputOrder& order, RvHeading& heading, JNIJS
     std::string problem;
     switch (host::ReadEngineTable(*node, filter, table, problem)) {
       case host::TableRead::Ok: {
+        NameSeries(table);
         table.subtype = order.OMSSubType();
         host::OutputNode& added = heading.AddTable(std::move(table));
         added.title = Title(order);
@@ -322,7 +336,7 @@ void jsonToReverb::DrawInteractive(const OutputOrder& order, RvHeading& heading,
       return;
     }
     payload["view"] = ViewOf(TextOption(options, "display"));
-    payload["series"] = series;
+    payload["series"] = dictionary_fields_.shownName(series);
     payload["topModels"] = IntOption(options, "topModels", 10);
     payload["sigLevel"] = DoubleOption(options, "sigLevel", 0.05);
     payload["showOutliers"] = TextOption(options, "outliers") == "true";
@@ -339,7 +353,7 @@ void jsonToReverb::DrawInteractive(const OutputOrder& order, RvHeading& heading,
       const std::size_t first = table.column_labels.size() > table.rows.front().size() ? 1 : 0;
       std::string group;
       for (std::size_t r = 0; r < table.rows.size() && r < table.row_labels.size(); ++r) {
-        if (!table.row_labels[r].empty()) group = table.row_labels[r];
+        if (!table.row_labels[r].empty()) group = dictionary_fields_.shownName(table.row_labels[r]);
         if (outliers) {
           ++outlier_rows[group];
           continue;
@@ -391,7 +405,7 @@ void jsonToReverb::DrawInteractive(const OutputOrder& order, RvHeading& heading,
         nlohmann::json plot;
         std::string ignored;
         if (host::LineChartPayload(J::get(found.sub_json, key), dictionary_fields_, plot, ignored)) {
-          plots[key] = plot;
+          plots[dictionary_fields_.shownName(key)] = plot;
         }
       }
       if (!plots.empty()) payload["plots"] = plots;
@@ -404,6 +418,7 @@ void jsonToReverb::DrawInteractive(const OutputOrder& order, RvHeading& heading,
         Warn(order, problem);
         continue;
       }
+      NameSeries(table);
       host::OutputNode& added = heading.AddTable(std::move(table));
       added.title = title;
     }

@@ -8,6 +8,7 @@
 
 #include "host/bridge/jni_json.h"
 #include "host/output/data_dictionary.h"
+#include "host/output/document.h"
 #include "host/output/output_order.h"
 
 class RvProcedure;
@@ -56,6 +57,8 @@ class jsonToReverb {
   void DrawChart(const OutputOrder& order, RvHeading& heading, JNIJSONHandle root);
   void DrawInteractive(const OutputOrder& order, RvHeading& heading, JNIJSONHandle root);
   void Warn(const OutputOrder& order, const std::string& problem);
+  // Shows each series a table names by its text in the document by the series' name.
+  void NameSeries(host::Table& table) const;
   std::string Title(const OutputOrder& order) const;
 
   RvProcedure* procedure_;

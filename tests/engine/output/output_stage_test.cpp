@@ -366,6 +366,11 @@ TEST_F(OutputStage, TargetsDocumentHoldsTheModelsNumbersUnderTheModulesPaths) {
         if (edge[0] == block.series && edge[1] == equation.series) {
           found = true;
           EXPECT_DOUBLE_EQ(Cell(edge[2]), block.f_p_value);
+          // The effect is the sum of the lag coefficients, the lags their count.
+          double effect = 0;
+          for (double coefficient : block.coefficients) effect += coefficient;
+          EXPECT_NEAR(Cell(edge[5]), effect, 1e-9 * (1 + std::fabs(effect)));
+          EXPECT_EQ(edge[6].get<std::size_t>(), block.coefficients.size());
         }
       }
       EXPECT_TRUE(found);

@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "host/data/procedure_data_source.h"
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/chart_model.h"
 #include "host/output/engine_table.h"
@@ -360,7 +361,7 @@ TEST_F(ReportTest, HtmlDrawsEveryFigureKindInline) {
   // The system graph: nodes, edges with their significance, controls.
   EXPECT_TRUE(has("<svg class=\"graph\""));
   EXPECT_TRUE(has("<g class=\"node target\""));
-  EXPECT_TRUE(has("data-p=\"0.08\""));
+  EXPECT_TRUE(has("class=\"graph-data\""));
   EXPECT_TRUE(has("class=\"graph-sig\""));
   EXPECT_TRUE(has("<option value=\"noInputs\""));
   // Impact trees and the root cause marks.
@@ -374,8 +375,11 @@ TEST_F(ReportTest, HtmlDrawsEveryFigureKindInline) {
   for (const char* outside : {"http://", "https://", "src=", "url(", "@import", "//cdn", "<link"}) {
     EXPECT_FALSE(has(outside)) << outside;
   }
+  // One script; the graphs' data ride in data elements beside it.
   std::size_t scripts = 0;
-  for (std::size_t at = 0; (at = html.find("<script", at)) != std::string::npos; ++at) ++scripts;
+  for (std::size_t at = 0; (at = html.find("<script", at)) != std::string::npos; ++at) {
+    if (html.compare(at, 31, "<script type=\"application/json\"") != 0) ++scripts;
+  }
   EXPECT_EQ(scripts, 1u);
 }
 
@@ -392,25 +396,119 @@ TEST_F(ReportTest, TextFormSummarisesFigures) {
   EXPECT_NE(text.find("\u2502 sales-West"), std::string::npos);     // a boxed table row
 }
 
-TEST(SystemGraphTest, ViewsChooseTheirSeries) {
+TEST(SystemGraphTest, ViewsLayersAndSharedData) {
   SystemGraph graph;
-  for (int i = 0; i < 6; ++i) graph.nodes.push_back({"s" + std::to_string(i), i < 4, i < 4 ? std::optional<double>(4 - i) : std::nullopt, {}, {}, {}});
-  // s4 -> s0, s5 -> s3, s0 -> s1 ; s2 has no inputs.
-  graph.edges = {{4, 0, 0.01, 1, 1}, {5, 3, 0.2, 0.5, 1}, {0, 1, 0.001, 0.8, 2}};
+  // Metrics a (inputs only), b and c: a -> b -> c, and s5 (a) -> s3 (b) not significant.
+  const char* names[] = {"b-x", "c-x", "c-y", "b-y", "a-x", "a-y"};
+  for (int i = 0; i < 6; ++i) {
+    GraphNode node;
+    node.label = names[i];
+    node.metric = std::string(1, names[i][0]);
+    node.values = names[i] + 2;
+    node.target = i < 4;
+    if (i < 4) node.rank = 4 - i;
+    graph.nodes.push_back(node);
+  }
+  graph.edges = {{4, 3, 0.01, 1, 1, 2.5, 3}, {5, 0, 0.2, 0.5, 1, -1, 1}, {0, 1, 1e-9, 0.8, 2, 0.3, 2},
+                 {3, 2, 0.001, 0.8, 2, -0.3, 2}};
   graph.top_models = 1;
-  EXPECT_EQ(graph.ViewNodes("top", ""), (std::vector<std::size_t>{3, 5}));  // rank 1 is s3
-  EXPECT_EQ(graph.ViewNodes("noInputs", ""), (std::vector<std::size_t>{2}));
-  EXPECT_EQ(graph.ViewNodes("single", "s0"), (std::vector<std::size_t>{0, 1, 4}));
+  EXPECT_EQ(graph.ViewNodes("top", ""), (std::vector<std::size_t>{3, 4}));  // rank 1 is b-y
+  EXPECT_EQ(graph.ViewNodes("noInputs", ""), (std::vector<std::size_t>{}));
+  EXPECT_EQ(graph.ViewNodes("single", "b-x"), (std::vector<std::size_t>{0, 1, 5}));
   EXPECT_EQ(graph.ViewNodes("all", "").size(), 6u);
   EXPECT_FALSE(graph.Significant(graph.edges[1], 0.05));
-  // The circular order keeps each connected part together.
-  const auto order = CircleOrder(graph);
-  std::vector<std::size_t> at(6);
-  for (std::size_t i = 0; i < 6; ++i) at[order[i]] = i;
-  const auto part_of = [](std::size_t node) { return node == 0 || node == 1 || node == 4 ? 0 : node == 2 ? 1 : 2; };
-  int changes = 0;
-  for (std::size_t k = 0; k < 6; ++k) changes += part_of(at[k]) != part_of(at[(k + 1) % 6]);
-  EXPECT_EQ(changes, 3);  // three parts, each one contiguous arc
+
+  // One column per metric, drivers left; within a column each series level with its input:
+  // b-y (input a-x) above b-x (input a-y), though b-x comes first by name.
+  const GraphColumns columns = LayerGraph(graph);
+  EXPECT_EQ(columns.metrics, (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_EQ(columns.column, (std::vector<int>{1, 2, 2, 1, 0, 0}));
+  EXPECT_LT(columns.order[3], columns.order[0]);
+  EXPECT_LT(columns.order[4], columns.order[5]);
+
+  // Figures of one graph share its data; a figure draws only its view.
+  GraphDataStore store;
+  graph.view = "single";
+  graph.series = "b-x";
+  const std::string first = RenderSystemGraphHtml(graph, store);
+  graph.series = "c-y";
+  const std::string second = RenderSystemGraphHtml(graph, store);
+  const auto count = [](const std::string& text, const std::string& piece) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1)) ++found;
+    return found;
+  };
+  EXPECT_EQ(count(first, "<g class=\"node "), 3u);
+  EXPECT_EQ(count(second, "<g class=\"node "), 2u);
+  EXPECT_EQ(count(first + second, "data-graph=\"graph-data-1\""), 2u);
+  EXPECT_EQ(count(first, "<g class=\"edge pos\""), 1u);  // b-x -> c-x
+  EXPECT_EQ(count(first, "edge neg"), 0u);                 // a-y -> b-x is left out at p .2
+  graph.nodes[0].label = "b-x</script>";
+  EXPECT_EQ(store.Add(graph), "graph-data-2");
+  const std::string data = store.Html();
+  EXPECT_EQ(count(data, "<script type=\"application/json\""), 2u);
+  EXPECT_EQ(count(data, "</script>"), 2u);  // the label's "</" is escaped
+  // The data: per edge its p value as tables print it and the sign of its effect.
+  const std::size_t open = data.find('>') + 1;
+  const auto parsed = nlohmann::json::parse(data.substr(open, data.find("</script>") - open));
+  EXPECT_EQ(parsed["e"][2][3], "<.001");
+  EXPECT_EQ(parsed["e"][1][4], -1);
+  EXPECT_EQ(parsed["e"][0][4], 1);
+  EXPECT_EQ(parsed["m"], (nlohmann::json{"a", "b", "c"}));
+}
+
+TEST(SeriesNameTest, EveryTextOfASeriesShowsItsName) {
+  auto dataset = std::make_shared<Dataset>();
+  Variable product;
+  product.name = "product";
+  product.type = 2;
+  product.SetValueLabel(std::string_view("A"), "Snacks");
+  dataset->AddVariable(product);
+  Variable region;
+  region.name = "region";
+  region.type = 8;
+  dataset->AddVariable(region);
+  Variable store;
+  store.name = "store";
+  store.SetValueLabel(3.0, "Main");
+  dataset->AddVariable(store);
+  ProcedureDataSource data(dataset);
+  // A composite text as the output document writes a series: values by their codes.
+  const auto series = [](const std::string& metric, const std::vector<std::pair<std::string, std::string>>& dims) {
+    Json children = Json::array({{{"text", {{"stringDataText", {{"value", metric}}}}}}});
+    for (const auto& [dimension, value] : dims) {
+      children.push_back({{"text", {{"stringText", {{"value", "-"}}}}}});
+      children.push_back({{"text", {{"stringText", {{"value", dimension + ":"}}}}}});
+      children.push_back({{"text", {{"stringDataText", {{"value", value}}}}}});
+    }
+    return Json{{"text", {{"compositeText", {{"children", children}}}}}};
+  };
+  const Json document = {{"tcm", {{"list", Json::array({series("visits", {{"product", "A"}, {"region", "South"}}),
+                                                        series("sales", {{"store", "3"}})})}}}};
+  JNIJSONObject parsed(document.dump());
+  dataDictionary dictionary(nullptr, &data);
+  dictionary.learnSeriesNames(parsed.getTop());
+  EXPECT_EQ(CompositeTextOf(JNIJSONArray::get(JNIJSONObject::get(JNIJSONObject::get(parsed.getTop(), "tcm"), "list"), 0),
+                            dictionary),
+            "visits-product:Snacks-region:South");
+  const struct {
+    std::string text;
+    std::string learned;   // shownName: the texts of the document only
+    std::string anywhere;  // shownNameOfText: any series text over the dataset's variables
+  } cases[] = {
+      {"visits-product:A-region:South", "visits-product:Snacks-region:South", "visits-product:Snacks-region:South"},
+      {"Residual of visits-product:A-region:South", "Residual of visits-product:Snacks-region:South",
+       "Residual of visits-product:Snacks-region:South"},
+      {"sales-store:3", "sales-store:Main", "sales-store:Main"},
+      {"returns-product:A-region:North", "returns-product:A-region:North", "returns-product:Snacks-region:North"},
+      {"returns-product:B-region:North", "returns-product:B-region:North", "returns-product:B-region:North"},
+      {"visits-product:A-region:South-x", "visits-product:A-region:South-x", "visits-product:Snacks-region:South-x"},
+      {"Top Inputs", "Top Inputs", "Top Inputs"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(dictionary.shownName(c.text), c.learned) << c.text;
+    EXPECT_EQ(dictionary.shownNameOfText(c.text), c.anywhere) << c.text;
+  }
 }
 
 } // namespace

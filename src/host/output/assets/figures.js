@@ -188,34 +188,43 @@
     });
   });
 
+  // ---------------------------------------------------------------- model system graph
+  // Every graph figure names its data (one JSON data element per graph on the
+  // page) and draws its views from them: a layered drawing with one column per metric, where a
+  // column of many series folds into one box until opened, or one series with its inputs and
+  // outputs. The layout units are those of the static picture the page carries (graph_svg.cpp).
+  var ROW = 18, GAP = 90, EGO_GAP = 26, EGO_SPAN = 230, LABEL = 28, FOLD_TOTAL = 150, FOLD_COLUMN = 15;
+  var graphData = {};
+  var graphTip = document.querySelector(".tooltip");
   function fixed(value) { return Math.round(value * 10) / 10; }
   function textWidth(text) { return text.length * 6.3; }
+  function shorten(text, most) { return text.length <= most ? text : text.slice(0, most - 1) + "\u2026"; }
+  function esc(text) {
+    return String(text).replace(/&/g, "&amp;").replace(/</g, "&lt;").replace(/>/g, "&gt;").replace(/"/g, "&quot;");
+  }
+  function dataOf(id) {
+    if (!(id in graphData)) {
+      var element = document.getElementById(id);
+      try { graphData[id] = element ? JSON.parse(element.textContent) : null; } catch (e) { graphData[id] = null; }
+    }
+    return graphData[id];
+  }
+  function head(x, y, direction) {
+    var back = x - 7 * direction;
+    return "M" + fixed(x) + "," + fixed(y) + " L" + fixed(back) + "," + fixed(y - 3.5) + " L" + fixed(back) + "," + fixed(y + 3.5) + " Z";
+  }
 
   function setupGraph(root) {
+    var data = dataOf(root.getAttribute("data-graph"));
+    if (!data) return;
+    var nodes = data.n.map(function (n, i) {
+      return { index: i, label: n[0], short: shorten(n[1] || n[0], LABEL), target: n[2] === 1,
+               rank: n[3] === null ? Infinity : n[3], outliers: n[4], info: n[5], column: data.c[i], order: data.o[i] };
+    });
+    var edges = data.e.map(function (e) {
+      return { from: e[0], to: e[1], p: e[2], ptext: e[3], sign: e[4], lag: e[5], lags: e[6] };
+    });
     var svg = root.querySelector("svg.graph");
-    var nodes = Array.prototype.map.call(root.querySelectorAll("g.node"), function (element) {
-      return {
-        element: element,
-        index: Number(element.getAttribute("data-i")),
-        order: Number(element.getAttribute("data-order")),
-        label: element.getAttribute("data-label"),
-        shown: element.querySelector(".node-label").textContent,
-        target: element.classList.contains("target"),
-        rank: element.getAttribute("data-rank") === "" ? Infinity : Number(element.getAttribute("data-rank")),
-        info: element.getAttribute("data-info")
-      };
-    });
-    var edges = Array.prototype.map.call(root.querySelectorAll("g.edge"), function (element) {
-      var p = element.getAttribute("data-p");
-      return {
-        element: element,
-        from: Number(element.getAttribute("data-from")),
-        to: Number(element.getAttribute("data-to")),
-        p: p === "" ? null : Number(p),
-        width: element.getAttribute("data-w"),
-        tip: element.getAttribute("data-tip")
-      };
-    });
     var levels = root.getAttribute("data-levels").split(" ").map(Number);
     var words = root.getAttribute("data-words").split("\n");
     var viewPick = root.querySelector(".graph-view");
@@ -225,12 +234,16 @@
     var count = root.querySelector(".graph-count");
     var details = root.querySelector(".graph-details");
     var top = Number(root.getAttribute("data-top"));
+    var showOutliers = root.getAttribute("data-outliers") === "1";
     var state = {
       view: root.getAttribute("data-view"),
       centre: Number(root.getAttribute("data-centre")),
-      level: levels[Number(slider.value)]
+      level: levels[Number(slider.value)],
+      folded: null
     };
+    var drawn = { slots: {}, links: [] };
 
+    function passes(edge) { return edge.p === null || edge.p <= state.level; }
     function visibleSet() {
       var chosen = {};
       if (state.view === "all") {
@@ -255,140 +268,222 @@
       }
       return chosen;
     }
-
     function edgeInView(edge, chosen) {
       if (edge.from === edge.to || !chosen[edge.from] || !chosen[edge.to]) return false;
       return state.view !== "single" || edge.from === state.centre || edge.to === state.centre;
     }
 
-    // Places the shown nodes: on a circle in their stored order, or, for one series, its
-    // inputs in a column on the left and its outputs on the right.
-    function arrange(chosen) {
-      var shown = nodes.filter(function (node) { return chosen[node.index]; });
-      var at = {}, widest = 40, box;
-      shown.forEach(function (node) { widest = Math.max(widest, textWidth(node.shown)); });
-      var margin = widest + 24;
-      if (state.view === "single") {
-        var inputs = [], outputs = [], seen = {};
-        seen[state.centre] = true;
-        edges.forEach(function (edge) {
-          if (edge.to === state.centre && !seen[edge.from]) { seen[edge.from] = true; inputs.push(edge.from); }
-        });
-        edges.forEach(function (edge) {
-          if (edge.from === state.centre && !seen[edge.to]) { seen[edge.to] = true; outputs.push(edge.to); }
-        });
-        var gap = 26, span = 230;
-        [[inputs, -span, Math.PI], [outputs, span, 0]].forEach(function (column) {
-          var list = column[0], first = -gap * (list.length - 1) / 2;
-          list.forEach(function (index, k) {
-            at[index] = { x: column[1], y: first + gap * k, angle: column[2] };
-          });
-        });
-        at[state.centre] = { x: 0, y: 0, angle: Math.PI / 2, centre: true };
-        var rows = Math.max(inputs.length, outputs.length, 1);
-        box = [-span - margin, -gap * rows / 2 - 30, 2 * (span + margin), gap * rows + 60];
-      } else {
-        shown.sort(function (a, b) { return a.order - b.order; });
-        var radius = Math.max(110, shown.length * 17 / (2 * Math.PI));
-        shown.forEach(function (node, k) {
-          var angle = -Math.PI / 2 + 2 * Math.PI * k / Math.max(1, shown.length);
-          at[node.index] = { x: radius * Math.cos(angle), y: radius * Math.sin(angle), angle: angle };
-        });
-        box = [-radius - margin, -radius - margin, 2 * (radius + margin), 2 * (radius + margin)];
+    // Slots: where a node is drawn. A series of an open column is its own slot; a folded
+    // column is one slot ("c" + column) for all its series.
+    function layered(shown) {
+      var lists = [], tallest = 1, x = 0, out = { slots: {}, slotOf: {}, headers: [], box: null };
+      shown.forEach(function (node) { (lists[node.column] = lists[node.column] || []).push(node); });
+      if (state.folded === null) {
+        state.folded = {};
+        if (shown.length > FOLD_TOTAL) {
+          lists.forEach(function (list, c) { if (list && list.length > FOLD_COLUMN) state.folded[c] = true; });
+        }
       }
-      svg.setAttribute("viewBox", box.map(fixed).join(" "));
-      svg.setAttribute("width", fixed(box[2] * 1.3));
-      nodes.forEach(function (node) {
-        var place = at[node.index];
-        node.element.toggleAttribute("hidden", !place);
-        if (!place) return;
-        node.element.setAttribute("transform", "translate(" + fixed(place.x) + " " + fixed(place.y) + ")");
-        var label = node.element.querySelector(".node-label");
-        if (place.centre) {
-          label.setAttribute("x", "0");
-          label.setAttribute("y", "22");
-          label.setAttribute("text-anchor", "middle");
-          label.removeAttribute("transform");
-          label.classList.add("centre-label");
+      lists.forEach(function (list) {
+        if (!list) return;
+        list.sort(function (a, b) { return a.order - b.order; });
+      });
+      lists.forEach(function (list, c) { if (list) tallest = Math.max(tallest, state.folded[c] ? 1 : list.length); });
+      lists.forEach(function (list, c) {
+        if (!list) return;
+        var folded = !!state.folded[c], widest = textWidth(data.m[c] + " (" + list.length + ")") + 14;
+        if (folded) {
+          var text = words[10].replace("%1", list.length);
+          widest = Math.max(widest, textWidth(text) + 16);
+          var slot = { key: "c" + c, x: x, y: (tallest - 1) / 2 * ROW, right: x + widest - 8, text: text, column: c,
+                       place: out.headers.length, title: data.m[c] + " \u00b7 " + text + " \u2014 " + words[11] };
+          out.slots[slot.key] = slot;
+          list.forEach(function (node) { out.slotOf[node.index] = slot.key; });
+        } else {
+          list.forEach(function (node) { widest = Math.max(widest, textWidth(node.short) + 12); });
+          var first = (tallest - list.length) / 2 * ROW;
+          list.forEach(function (node, k) {
+            var key = "n" + node.index;
+            out.slots[key] = { key: key, x: x, y: first + ROW * k, node: node, text: node.short, title: node.label };
+            out.slotOf[node.index] = key;
+          });
+          list.forEach(function (node) { out.slots["n" + node.index].right = x + widest + 4; });
+        }
+        out.headers.push({ x: x, column: c, text: data.m[c], size: list.length, folded: folded });
+        x += widest + GAP;
+      });
+      out.box = [-70, -34, Math.max(x - GAP + 10, 60) + 70, ROW * tallest + 38];
+      return out;
+    }
+    function ego(shown) {
+      var inputs = [], outputs = [], seen = {}, out = { slots: {}, slotOf: {}, headers: [], box: null }, widest = 40;
+      seen[state.centre] = true;
+      edges.forEach(function (edge) {
+        if (edge.to === state.centre && !seen[edge.from]) { seen[edge.from] = true; inputs.push(edge.from); }
+      });
+      edges.forEach(function (edge) {
+        if (edge.from === state.centre && !seen[edge.to]) { seen[edge.to] = true; outputs.push(edge.to); }
+      });
+      function place(index, x, y) {
+        var node = nodes[index], key = "n" + index;
+        out.slots[key] = { key: key, x: x, y: y, node: node, text: shorten(node.label, 40), title: node.label,
+                           side: x < 0 ? -1 : x > 0 ? 1 : 0 };
+        out.slotOf[index] = key;
+        widest = Math.max(widest, textWidth(out.slots[key].text));
+      }
+      [[inputs, -EGO_SPAN], [outputs, EGO_SPAN]].forEach(function (column) {
+        var first = -EGO_GAP * (column[0].length - 1) / 2;
+        column[0].forEach(function (index, k) { place(index, column[1], first + EGO_GAP * k); });
+      });
+      place(state.centre, 0, 0);
+      var rows = Math.max(inputs.length, outputs.length, 1);
+      out.box = [-EGO_SPAN - widest - 24, -EGO_GAP * rows / 2 - 30, 2 * (EGO_SPAN + widest + 24), EGO_GAP * rows + 60];
+      return out;
+    }
+
+    function draw() {
+      var chosen = visibleSet(), single = state.view === "single";
+      var shown = nodes.filter(function (node) { return chosen[node.index]; });
+      var layout = single ? ego(shown) : layered(shown);
+      var total = 0, kept = 0, links = {}, order = [], arcs = 0;
+      edges.forEach(function (edge, e) {
+        if (!edgeInView(edge, chosen)) return;
+        total++;
+        if (!passes(edge)) return;
+        kept++;
+        var from = layout.slotOf[edge.from], to = layout.slotOf[edge.to];
+        if (from === to) return;
+        var key = from + ">" + to;
+        if (!links[key]) { links[key] = { from: from, to: to, edges: [], pos: 0, neg: 0 }; order.push(key); }
+        var link = links[key];
+        link.edges.push(edge);
+        if (edge.sign > 0) link.pos++;
+        if (edge.sign < 0) link.neg++;
+      });
+      var parts = ['<g class="edges">'];
+      order.forEach(function (key, k) {
+        var link = links[key], a = layout.slots[link.from], b = layout.slots[link.to], d, tip;
+        var many = link.edges.length > 1;
+        var sign = link.pos && !link.neg ? "pos" : link.neg && !link.pos ? "neg" : "mixed";
+        if (single) {
+          var direction = b.x >= a.x ? 1 : -1;
+          d = "M" + fixed(a.x + 7 * direction) + "," + fixed(a.y) + " L" + fixed(b.x - 14 * direction) + "," + fixed(b.y);
+          tip = head(b.x - 7 * direction, b.y, direction);
+        } else if (!a.node && !b.node && Math.abs(b.place - a.place) > 1) {
+          // Between folded columns that are not neighbours: an arc over (rightward) or under
+          // (leftward) the boxes between them, higher the farther it reaches.
+          var forward = b.x > a.x, lift = (forward ? -1 : 1) * (14 + 12 * Math.abs(b.place - a.place));
+          var from = forward ? a.right : a.x - 7, to = forward ? b.x - 7 : b.right;
+          d = "M" + fixed(from) + "," + fixed(a.y) + " C" + fixed(from) + "," + fixed(a.y + lift) + " " + fixed(to) +
+            "," + fixed(b.y + lift) + " " + fixed(to) + "," + fixed(b.y);
+          tip = head(to, b.y, forward ? 1 : -1);
+          arcs = Math.max(arcs, Math.abs(lift));
+        } else if (b.x > a.x) {
+          var mid = (a.right + b.x - 7) / 2;
+          d = "M" + fixed(a.right) + "," + fixed(a.y) + " C" + fixed(mid) + "," + fixed(a.y) + " " + fixed(mid) + "," +
+            fixed(b.y) + " " + fixed(b.x - 7) + "," + fixed(b.y);
+          tip = head(b.x - 7, b.y, 1);
+        } else {
+          var bend = Math.min(a.x, b.x) - 26 - Math.abs(b.y - a.y) * 0.12;
+          d = "M" + fixed(a.x - 7) + "," + fixed(a.y) + " C" + fixed(bend) + "," + fixed(a.y) + " " + fixed(bend) + "," +
+            fixed(b.y) + " " + fixed(b.x - 7) + "," + fixed(b.y);
+          tip = head(b.x - 7, b.y, 1);
+        }
+        var width = many ? 1 + 1.2 * Math.log(link.edges.length) / Math.LN2 : 1.6;
+        var highest = Math.max.apply(null, link.edges.map(function (edge) { return edge.p === null ? 0 : edge.p; }));
+        parts.push('<g class="edge ' + sign + '" data-link="' + k + '" data-p="' + highest + '"><path class="edge-line" stroke-width="' +
+          fixed(width) + '" d="' + d + '"/><path class="edge-head" d="' + tip + '"/></g>');
+      });
+      parts.push('</g><g class="nodes">');
+      layout.headers.forEach(function (header) {
+        var toggle = header.size > 1;
+        parts.push('<text class="column-title' + (toggle ? " toggle" : "") + '" data-column="' + header.column +
+          '" x="' + fixed(header.x - 6) + '" y="-16">' + (toggle ? (header.folded ? "\u25b8 " : "\u25be ") : "") +
+          esc(header.text) + (toggle ? " (" + header.size + ")" : "") + (toggle ? "<title>" + esc(words[11]) + "</title>" : "") +
+          "</text>");
+      });
+      Object.keys(layout.slots).forEach(function (key) {
+        var slot = layout.slots[key], node = slot.node;
+        var at = ' transform="translate(' + fixed(slot.x) + " " + fixed(slot.y) + ')"';
+        if (!node) {
+          parts.push('<g class="node box" data-slot="' + key + '"' + at + '><title>' + esc(slot.title) +
+            '</title><rect x="-6" y="-9" width="' + fixed(slot.right - slot.x + 2) + '" height="18" rx="4"/><text x="4" y="4">' +
+            esc(slot.text) + "</text></g>");
           return;
         }
-        label.classList.remove("centre-label");
-        var left = Math.cos(place.angle) < -1e-9;
-        var degrees = state.view === "single" ? 0 : place.angle * 180 / Math.PI + (left ? 180 : 0);
-        label.setAttribute("x", left ? "-11" : "11");
-        label.setAttribute("y", "4");
-        label.setAttribute("text-anchor", left ? "end" : "start");
-        label.setAttribute("transform", "rotate(" + fixed(degrees) + ")");
+        var label = slot.side === undefined || slot.side > 0 ? '<text class="node-label" x="10" y="4">'
+          : slot.side < 0 ? '<text class="node-label" x="-10" y="4" text-anchor="end">'
+          : '<text class="node-label centre-label" x="0" y="21" text-anchor="middle">';
+        parts.push('<g class="node ' + (node.target ? "target" : "input-only") + '" data-slot="' + key +
+          '" data-label="' + esc(node.label) + '"' + at +
+          "><title>" + esc(slot.title) + '</title><circle r="5"/>' +
+          (showOutliers && node.outliers > 0 ? '<circle class="outlier-ring" r="8.5"/>' : "") + label +
+          esc(slot.text) + "</text></g>");
       });
-      edges.forEach(function (edge) {
-        var line = edge.element.querySelector(".edge-line"), head = edge.element.querySelector(".edge-head");
-        var a = at[edge.from], b = at[edge.to];
-        if (!edgeInView(edge, chosen) || !a || !b) return;
-        var control = state.view === "single"
-          ? { x: (a.x + b.x) / 2 + (b.y - a.y) * 0.08, y: (a.y + b.y) / 2 - (b.x - a.x) * 0.08 }
-          : { x: (a.x + b.x) * 0.3, y: (a.y + b.y) * 0.3 };
-        var dx = b.x - control.x, dy = b.y - control.y, length = Math.max(1e-6, Math.hypot(dx, dy));
-        var tipAt = { x: b.x - dx / length * 8, y: b.y - dy / length * 8 };
-        var back = { x: tipAt.x - dx / length * 7, y: tipAt.y - dy / length * 7 };
-        var side = { x: -dy / length * 3.5, y: dx / length * 3.5 };
-        line.setAttribute("stroke-width", edge.width);
-        line.setAttribute("d", "M" + fixed(a.x) + "," + fixed(a.y) + " Q" + fixed(control.x) + "," +
-          fixed(control.y) + " " + fixed(back.x) + "," + fixed(back.y));
-        head.setAttribute("d", "M" + fixed(tipAt.x) + "," + fixed(tipAt.y) + " L" + fixed(back.x + side.x) +
-          "," + fixed(back.y + side.y) + " L" + fixed(back.x - side.x) + "," + fixed(back.y - side.y) + " Z");
-      });
-    }
-
-    var chosen = {};
-    function passes(edge) { return edge.p === null || edge.p <= state.level; }
-    function applyFilter() {
-      var total = 0, kept = 0, count_nodes = 0;
-      Object.keys(chosen).forEach(function () { count_nodes++; });
-      edges.forEach(function (edge) {
-        var inView = edgeInView(edge, chosen);
-        edge.element.toggleAttribute("hidden", !inView);
-        edge.element.classList.toggle("filtered", !passes(edge));
-        if (inView) { total++; if (passes(edge)) kept++; }
-      });
+      parts.push("</g>");
+      root.classList.remove("has-focus"); // the focused node may be gone
+      svg.innerHTML = parts.join("");
+      // Room for the arcs between folded columns.
+      var box = layout.box.slice();
+      box[1] -= Math.max(0, arcs * 0.75 - 20);
+      box[3] += Math.max(0, arcs * 0.75 - 20) * 2;
+      svg.setAttribute("viewBox", box.map(fixed).join(" "));
+      svg.style.maxWidth = fixed(box[2] * 1.25) + "px";
+      drawn = { slots: layout.slots, links: order.map(function (key) { return links[key]; }) };
       levelText.textContent = "p \u2264 " + state.level;
-      count.textContent = words[0].replace("%1", count_nodes).replace("%2", kept).replace("%3", total);
-    }
-    function update() {
-      chosen = visibleSet();
+      count.textContent = words[0].replace("%1", shown.length).replace("%2", kept).replace("%3", total);
       root.setAttribute("data-view", state.view);
-      root.classList.toggle("single-view", state.view === "single");
-      arrange(chosen);
-      applyFilter();
-      clearFocus();
+      root.classList.toggle("single-view", single);
     }
 
+    function nameOf(slot) { return slot.node ? slot.node.label : data.m[slot.column] + " (" + slot.text + ")"; }
+    function linkTip(link) {
+      var a = drawn.slots[link.from], b = drawn.slots[link.to];
+      var lines = [nameOf(a) + " \u2192 " + nameOf(b)];
+      if (link.edges.length === 1) {
+        var edge = link.edges[0], facts = [];
+        if (edge.ptext) facts.push("p " + edge.ptext);
+        if (edge.lag !== null) facts.push(words[6] + " " + edge.lag + (edge.lags > 1 ? " (1\u2013" + edge.lags + ")" : ""));
+        if (facts.length) lines.push(facts.join(" \u00b7 "));
+        if (edge.sign) lines.push(words[edge.sign > 0 ? 7 : 8]);
+      } else {
+        lines.push(words[9].replace("%1", link.edges.length).replace("%2", link.pos).replace("%3", link.neg));
+        var lags = link.edges.map(function (edge) { return edge.lag; }).filter(function (lag) { return lag !== null; });
+        if (lags.length) {
+          var low = Math.min.apply(null, lags), high = Math.max.apply(null, lags);
+          lines.push(words[6] + " " + (low === high ? low : low + "\u2013" + high));
+        }
+      }
+      return lines.join("\n");
+    }
     function clearFocus() {
       root.classList.remove("has-focus");
-      root.querySelectorAll(".focus, .is-input, .is-output, .in-edge, .out-edge").forEach(function (item) {
+      svg.querySelectorAll(".focus, .is-input, .is-output, .in-edge, .out-edge").forEach(function (item) {
         item.classList.remove("focus", "is-input", "is-output", "in-edge", "out-edge");
       });
     }
-    function focus(node) {
+    function slotElement(key) { return svg.querySelector('.node[data-slot="' + key + '"]'); }
+    function focus(key) {
       clearFocus();
       root.classList.add("has-focus");
-      node.element.classList.add("focus");
-      edges.forEach(function (edge) {
-        if (!edgeInView(edge, chosen) || !passes(edge)) return;
-        if (edge.to === node.index) {
-          edge.element.classList.add("in-edge");
-          nodes[edge.from].element.classList.add("is-input");
-        } else if (edge.from === node.index) {
-          edge.element.classList.add("out-edge");
-          nodes[edge.to].element.classList.add("is-output");
+      slotElement(key).classList.add("focus");
+      drawn.links.forEach(function (link, k) {
+        var element = svg.querySelector('.edge[data-link="' + k + '"]');
+        if (link.to === key) {
+          element.classList.add("in-edge");
+          slotElement(link.from).classList.add("is-input");
+        } else if (link.from === key) {
+          element.classList.add("out-edge");
+          slotElement(link.to).classList.add("is-output");
         }
       });
     }
 
     function listOf(title, items, none) {
       var block = document.createElement("div");
-      var head = document.createElement("h4");
-      head.textContent = title;
-      block.appendChild(head);
+      var heading = document.createElement("h4");
+      heading.textContent = title;
+      block.appendChild(heading);
       var list = document.createElement("ul");
       items.forEach(function (text) {
         var item = document.createElement("li");
@@ -404,60 +499,106 @@
       block.appendChild(list);
       return block;
     }
+    function facts(edge) {
+      var parts = [];
+      if (edge.ptext) parts.push("p " + edge.ptext);
+      if (edge.lag !== null) parts.push(words[6] + " " + edge.lag);
+      if (edge.sign) parts.push(edge.sign > 0 ? "+" : "\u2212");
+      return parts.length ? " (" + parts.join(", ") + ")" : "";
+    }
     function describe(node) {
       details.textContent = "";
-      var head = document.createElement("h3");
-      head.textContent = node.label;
-      details.appendChild(head);
+      var title = document.createElement("h3");
+      title.textContent = node.label;
+      details.appendChild(title);
       if (node.info) {
-        var facts = document.createElement("pre");
-        facts.textContent = node.info.replace(/\n$/, "");
-        details.appendChild(facts);
+        var block = document.createElement("pre");
+        block.textContent = node.info;
+        details.appendChild(block);
       }
       var inputs = [], outputs = [];
       edges.forEach(function (edge) {
         if (!passes(edge)) return;
-        var p = edge.p === null ? "" : " (p " + edge.p + ")";
-        if (edge.to === node.index) inputs.push(nodes[edge.from].label + p);
-        if (edge.from === node.index) outputs.push(nodes[edge.to].label + p);
+        if (edge.to === node.index) inputs.push(nodes[edge.from].label + facts(edge));
+        if (edge.from === node.index) outputs.push(nodes[edge.to].label + facts(edge));
       });
       details.appendChild(listOf(words[1], inputs, words[3]));
       details.appendChild(listOf(words[2], outputs, words[4]));
       var alone = document.createElement("button");
       alone.type = "button";
       alone.textContent = words[5];
-      alone.addEventListener("click", function () {
-        state.view = "single";
-        state.centre = node.index;
-        viewPick.value = "single";
-        seriesPick.value = String(node.index);
-        update();
-      });
+      alone.addEventListener("click", function () { showSingle(node.index); });
       details.appendChild(alone);
       details.hidden = false;
     }
+    function fillSeries() {
+      if (seriesPick.options.length > 1) return;
+      var sorted = nodes.slice().sort(function (a, b) { return a.label < b.label ? -1 : a.label > b.label ? 1 : 0; });
+      seriesPick.textContent = "";
+      sorted.forEach(function (node) {
+        var option = document.createElement("option");
+        option.value = String(node.index);
+        option.textContent = node.label;
+        seriesPick.appendChild(option);
+      });
+      seriesPick.value = String(state.centre);
+    }
+    function showSingle(index) {
+      fillSeries();
+      state.view = "single";
+      state.centre = index;
+      viewPick.value = "single";
+      seriesPick.value = String(index);
+      draw();
+    }
 
-    nodes.forEach(function (node) {
-      node.element.addEventListener("mouseenter", function () { focus(node); });
-      node.element.addEventListener("mouseleave", clearFocus);
-      node.element.addEventListener("click", function () { describe(node); });
+    svg.addEventListener("mouseover", function (event) {
+      var node = event.target.closest(".node"), edge = event.target.closest(".edge");
+      if (node) focus(node.getAttribute("data-slot"));
+      if (edge && graphTip) {
+        graphTip.textContent = linkTip(drawn.links[Number(edge.getAttribute("data-link"))]);
+        graphTip.hidden = false;
+      }
     });
+    svg.addEventListener("mousemove", function (event) {
+      if (!graphTip || graphTip.hidden) return;
+      var x = event.clientX + 14, y = event.clientY + 14;
+      if (x + graphTip.offsetWidth > window.innerWidth - 8) x = event.clientX - graphTip.offsetWidth - 14;
+      if (y + graphTip.offsetHeight > window.innerHeight - 8) y = event.clientY - graphTip.offsetHeight - 14;
+      graphTip.style.left = x + "px";
+      graphTip.style.top = y + "px";
+    });
+    svg.addEventListener("mouseout", function (event) {
+      if (event.target.closest(".node")) clearFocus();
+      if (event.target.closest(".edge") && graphTip) graphTip.hidden = true;
+    });
+    svg.addEventListener("click", function (event) {
+      var node = event.target.closest(".node"), header = event.target.closest(".column-title.toggle");
+      var slot = node ? drawn.slots[node.getAttribute("data-slot")] : null;
+      var column = header ? Number(header.getAttribute("data-column")) : slot && !slot.node ? slot.column : null;
+      if (column !== null) {
+        state.folded[column] = !state.folded[column];
+        draw();
+      } else if (slot) {
+        describe(slot.node);
+      }
+    });
+    // A short list costs little; a long one waits until the reader opens it.
+    if (nodes.length <= 40) fillSeries();
+    seriesPick.addEventListener("focus", fillSeries);
+    seriesPick.addEventListener("mousedown", fillSeries);
     viewPick.addEventListener("change", function () {
       state.view = viewPick.value;
+      state.folded = null;
       if (state.view === "single") state.centre = Number(seriesPick.value);
-      update();
+      draw();
     });
-    seriesPick.addEventListener("change", function () {
-      state.view = "single";
-      viewPick.value = "single";
-      state.centre = Number(seriesPick.value);
-      update();
-    });
+    seriesPick.addEventListener("change", function () { showSingle(Number(seriesPick.value)); });
     slider.addEventListener("input", function () {
       state.level = levels[Number(slider.value)];
-      applyFilter();
+      draw();
     });
-    update();
+    draw();
   }
   document.querySelectorAll(".figure.system-graph").forEach(setupGraph);
 })();
