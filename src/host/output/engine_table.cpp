@@ -1,6 +1,7 @@
 // This file contains the reading of the output document's tables into the report's Table.
 #include "host/output/engine_table.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "host/output/number_format.h"
@@ -203,8 +204,17 @@ TableRead ReadEngineTable(const JNIJSONValue& node, const CategoryFilter& filter
     hit = FindCategory(rows, columns, filter);
     if (hit.side < 0) return TableRead::CategoryMissing;
   }
+  // Under nested row dimensions a row of no value is the pivot's filler (the third outlier of a
+  // series that had two): it is not drawn, so long tables hold only what was found.
+  const auto filler = [&](std::size_t r) {
+    if (rows.size() < 2) return false;
+    if (r >= cells.size() || !cells[r].is_array()) return true;
+    return std::all_of(cells[r].begin(), cells[r].end(),
+                       [](const JNIJSONValue& cell) { return cell.is_null(); });
+  };
   for (std::size_t r = 0; r < row_count; ++r) {
     if (hit.side == 0 && Unflatten(r, rows)[hit.dim] != hit.category) continue;
+    if (filler(r)) continue;
     kept_rows.push_back(r);
   }
   for (std::size_t c = 0; c < column_count; ++c) {

@@ -14,6 +14,7 @@
 #include "host/output/chart_model.h"
 #include "host/output/figure_assets.h"
 #include "host/output/figure_svg.h"
+#include "host/output/graph_svg.h"
 #include "host/output/markup.h"
 #include "host/output/number_format.h"
 #include "host/output/render_common.h"
@@ -145,6 +146,7 @@ public:
   void Children(const OutputNode &node, int depth);
   std::string outline;
   std::string body;
+  GraphDataStore graphs;  // the data of the page's model system graphs, each once
 
 private:
   const std::string &IdOf(const OutputNode &node) const { return index_.ids.at(&node); }
@@ -395,7 +397,7 @@ std::string HtmlWriter::ChartObject(const OutputNode &node, std::vector<std::str
   } else if (ReadDistribution(node.payload, distribution, problem)) {
     figure = RenderDistributionHtml(distribution);
   } else if (ReadSystemGraph(node.payload, graph, problem)) {
-    figure = RenderSystemGraphHtml(graph);
+    figure = RenderSystemGraphHtml(graph, graphs);
   } else if (ReadImpactDiagram(node.payload, impact, problem)) {
     figure = RenderImpactHtml(impact);
   } else {
@@ -403,7 +405,7 @@ std::string HtmlWriter::ChartObject(const OutputNode &node, std::vector<std::str
   }
   // Only the note that ends the figure (nothing but closing tags after it) is the figure's own;
   // notes inside its panels stay where they are.
-  static const std::string kOpen = "<p class=\"figure-note\">";
+  static const std::string kOpen = "<p class=\"figure-note";  // also "figure-note model-file"
   const std::size_t at = figure.rfind(kOpen);
   const std::size_t close = at == std::string::npos ? at : figure.find("</p>", at);
   if (close != std::string::npos) {
@@ -532,7 +534,7 @@ void HtmlWriter::Summary() {
     SystemGraph graph;
     std::string problem;
     ReadSystemGraph(index_.top_graph->payload, graph, problem);
-    std::string figure = RenderSystemGraphHtml(graph);
+    std::string figure = RenderSystemGraphHtml(graph, graphs);
     body += "<figure class=\"object summary-graph\"><figcaption "
             "class=\"object-title\">" +
             Link(*index_.top_graph, index_.top_graph->title) + "</figcaption>" + figure +
@@ -587,7 +589,7 @@ std::string RenderHtml(const OutputDocument &document) {
                                     {"this_series", Escape(Word("Output.ThisSeries"))},
                                     {"style", std::string(kReportCss) + kFiguresCss},
                                     {"outline", "<ul class=\"tree\">" + writer.outline + "</ul>"},
-                                    {"content", writer.body},
+                                    {"content", writer.body + writer.graphs.Html()},
                                     {"script", std::string(kReportJs) + kFiguresJs}});
 }
 

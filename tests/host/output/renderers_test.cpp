@@ -3,6 +3,7 @@
 
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/chart_data.h"
+#include "host/output/engine_table.h"
 #include "host/output/html_renderer.h"
 #include "host/output/json_renderer.h"
 #include "host/output/number_format.h"
@@ -219,6 +220,25 @@ TEST_F(RendererTest, JsonCarriesTheDocumentWithMessageSourcesAndArgs) {
 
 namespace host {
 namespace {
+
+TEST(EngineTable, NestedRowsOfNoValueAreThePivotsFillerAndNotDrawn) {
+  // Series by outlier number: West had one outlier, North two; West's second row is filler. A
+  // row of no value under a single row dimension stays: it is a real row whose values are missing.
+  const nlohmann::json nested = nlohmann::json::parse(R"({"title": "Series with Outliers",
+    "rowDimensions": [{"label": "Series", "categories": ["West", "North"]},
+                      {"label": "Outlier", "categories": ["1", "2"]}],
+    "columnDimensions": [{"label": "", "categories": ["Time", "Observed"]}],
+    "cells": [["2021-04", 5], [null, null], ["2021-09", 7], ["2022-02", 9]]})");
+  nlohmann::json flat = nested;
+  flat["rowDimensions"].erase(1);
+  flat["cells"] = nlohmann::json::parse(R"([["2021-04", 5], [null, null]])");
+  for (const auto& [table_json, rows] : {std::pair{nested, 3u}, std::pair{flat, 2u}}) {
+    host::Table table;
+    std::string problem;
+    ASSERT_EQ(host::ReadEngineTable(table_json, {}, table, problem), host::TableRead::Ok) << problem;
+    EXPECT_EQ(table.rows.size(), rows);
+  }
+}
 
 TEST(EmptyReport, SaysSoInsteadOfABlankPage) {
   OutputDocument document;

@@ -201,9 +201,12 @@ Json SampleDocument() {
   tcm["interpretation"]["modelFitStatistics"]["table"] = FitTable();
   tcm["interpretation"]["seriesWithOutliers"]["table"] = {
       {"title", "Outliers"},
-      {"rowDimensions", {{{"label", "Target"}, {"categories", {"sales-West", "sales-North", "sales-North"}}}}},
+      {"rowDimensions", {{{"label", "Series"}, {"categories", {"sales-West", "sales-North"}}},
+                         {{"label", "Outlier"}, {"categories", {"1", "2"}}}}},
       {"columnDimensions", {{{"label", ""}, {"categories", {"Time", {{"label", "Type"}}}}}}},
-      {"cells", {{"2021-04", "Additive"}, {"2021-09", "Level shift"}, {"2022-02", "Additive"}}}};
+      // The engine's pivot fills a series' missing second outlier with a row of no value.
+      {"cells", {{"2021-04", "Additive"}, {nullptr, nullptr}, {"2021-09", "Level shift"},
+                 {"2022-02", "Additive"}}}};
   tcm["interpretation"]["impactDiagramCauses"]["visualization"]["sales-East"] = ImpactTree("sales-East", "causes", false);
   tcm["interpretation"]["impactDiagramEffects"]["visualization"]["sales-East"] = ImpactTree("sales-East", "effects", false);
   tcm["interpretation"]["parameterEstimatesForTarget"]["table"]["sales-East"] = "No estimates";
