@@ -102,6 +102,11 @@ def check_model_report(driver, check, page, screenshots):
         " return a.getAttribute('title') || a.textContent; });")
     check("the search finds the series", any("sales" in t and "Beverages" in t and "North" in t
                                               for t in found), found[:5])
+    fits = driver.run(
+        "return Array.prototype.filter.call(document.querySelectorAll('.figure.system-graph .graph-frame'),"
+        " function (f) { return f.offsetParent !== null; }).map(function (f) {"
+        " return f.scrollWidth <= f.clientWidth + 1; });")
+    check("the graphs fit their frames", fits and all(fits), fits[:5])
     # A series plot with its forecast, opened and brought into view.
     driver.run(
         "var chart = document.querySelector('svg.line-chart rect.forecast').closest('svg.line-chart');"
