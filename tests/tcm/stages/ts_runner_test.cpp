@@ -202,4 +202,40 @@ TEST_F(TsRunnerTest, SequenceWithoutScoringAndTheBestFitTargets) {
   EXPECT_EQ(rows, 120);
 }
 
+// Root causes of the series filters' outliers: with detection of all targets asked for, its
+// records are chosen from and no second detection runs; without, the series filters' series are
+// detected on their own. Either way each chosen series gets its root cause flow.
+TEST_F(TsRunnerTest, RootCausesReuseTheDetectionOfAllTargetsOrRunTheirOwn) {
+  const struct {
+    const char* output;
+    bool reused;
+  } cases[] = {
+      {"/FILTEREDOUTPUT INCLUDE=BOTH OUTLIER_ROOTCAUSES=YES(LEVELS=2)", true},
+      {"/FILTEREDOUTPUT INCLUDE=BOTH NETWORKGRAPH=NO OUTLIER_ROOTCAUSES=YES(LEVELS=2)", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.output);
+    for (const auto& entry : fs::directory_iterator(dir_->path())) fs::remove_all(entry.path());
+    Open(std::string("/BUILDOPTIONS OUTLIERTHRESH=50 /SERIESFILTER FIELDS=sales ") + c.output +
+         " /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price");
+    ASSERT_EQ(spec_.needsOutlierDetection(), c.reused);
+    ASSERT_TRUE(spec_.needsRootCause());
+    ASSERT_TRUE(tsdp_->ConvertTimeStrings());
+    ASSERT_TRUE(CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_.GetParserMessage(),
+                                  nullptr));
+    ASSERT_TRUE(tsdp_->RunTSDP());
+    ASSERT_TRUE(ts_->Run());
+    EXPECT_FALSE(HasError());
+    EXPECT_EQ(fs::exists(dir_->path() / "TCMMODEL_OD.asl"), c.reused);
+    EXPECT_EQ(fs::exists(dir_->path() / "TCMMODEL_OD_FOR_RCA.asl"), !c.reused);
+    // At a threshold of one half both regions' sales have outliers, and each is explained.
+    ASSERT_EQ(ts_->rootCauseRecords.size(), 2u);
+    for (const OutlierRecord& record : ts_->rootCauseRecords) {
+      EXPECT_EQ(record.series.back(), "sales");
+      ASSERT_NE(record.rootCauseFile, nullptr);
+      EXPECT_TRUE(fs::exists(dir_->path() / ("TCM_RCA_FOR_" + record.key + ".asl")));
+    }
+  }
+}
+
 }  // namespace
