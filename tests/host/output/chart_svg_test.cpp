@@ -1,6 +1,7 @@
 // This file contains tests of the report's charts as a reader meets them: the values a line
 // chart carries (read back as the page's script reads them for its tooltip), the view a series
-// plot opens on, its date ticks, lines on scales of their own, and the histogram's overflow bar.
+// plot opens on, its date ticks, lines on scales of their own, the histogram's overflow bar, and
+// the series plots of a root cause figure.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -320,6 +321,60 @@ TEST(HistogramSvg, FarValuesGoToAnOverflowBarAndEdgesReadShort) {
     EXPECT_EQ(counted, static_cast<double>(c.values.size()));
     for (const auto &tick : Captures(histogram, "<text class=\"tick x-tick\"[^>]*>([^<]*)</text>"))
       EXPECT_LE(tick.size(), 14u) << tick;
+  }
+}
+
+TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
+  // A root cause tree with a plot per node: observed, and predicted with its band and forecast.
+  const int count = 400, forecast = 390;
+  nlohmann::json payload = nlohmann::json::parse(R"({"kind": "impact", "rootCause": true, "trees": [
+      {"direction": "causes", "nodes": [{"label": "sales-North"},
+                                        {"label": "stock-West", "parent": 0, "rootCause": true}]}]})");
+  std::map<std::string, std::vector<double>> observed;
+  for (const std::string series : {"sales-North", "stock-West"}) {
+    nlohmann::json chart = {{"kind", "line"}, {"x", Daily(count)}, {"forecastStart", forecast}};
+    nlohmann::json seen = nlohmann::json::array(), predicted = seen, lower = seen, upper = seen;
+    for (int i = 0; i < count; ++i) {
+      const double value = series.size() * 100 + 37 * std::sin(i / 5.0);
+      observed[series].push_back(std::round(value));
+      seen.push_back(i < forecast ? nlohmann::json(std::round(value)) : nlohmann::json());
+      predicted.push_back(value + 3);
+      lower.push_back(value - 20);
+      upper.push_back(value + 20);
+    }
+    chart["series"] = {{{"name", "Observed"}, {"y", seen}},
+                       {{"name", "Predicted"}, {"y", predicted}, {"lower", lower}, {"upper", upper}}};
+    payload["plots"][series] = chart;
+  }
+  ImpactDiagram diagram;
+  std::string problem;
+  ASSERT_TRUE(ReadImpactDiagram(payload, diagram, problem)) << problem;
+  const std::string html = RenderImpactHtml(diagram);
+  ASSERT_NE(html.find("root-cause-analysis"), npos);
+
+  const std::string plots = html.substr(html.find("<div class=\"impact-plots\""));
+  std::vector<std::string> figures;
+  for (auto at = plots.find("<figure"); at != npos; at = plots.find("<figure", at + 1))
+    figures.push_back(plots.substr(at, plots.find("</figure>", at) - at));
+  ASSERT_EQ(figures.size(), 2u);
+  for (const auto &figure : figures) {
+    const std::string series = Attribute(figure, "data-series");
+    SCOPED_TRACE(series);
+    // One line path per series and one band, read back to the values given; no element per point.
+    EXPECT_EQ(Elements(figure, "<path class=\"line\"").size(), 2u);
+    EXPECT_EQ(Elements(figure, "<path class=\"band\"").size(), 1u);
+    EXPECT_EQ(figure.find("data-tip"), npos);
+    EXPECT_EQ(figure.find("<circle"), npos);
+    EXPECT_LT(Elements(figure, "<").size(), 120u);
+    const Carried seen = Read(figure, 0);
+    ASSERT_EQ(seen.values.size(), static_cast<std::size_t>(forecast));
+    for (int i = 0; i < forecast; ++i)
+      EXPECT_NEAR(seen.values.at(i), observed[series][static_cast<std::size_t>(i)], seen.unit / 2 + 1e-9) << i;
+    const Carried predicted = Read(figure, 1);
+    EXPECT_EQ(predicted.values.size(), static_cast<std::size_t>(count));
+    EXPECT_EQ(predicted.lower.size(), static_cast<std::size_t>(count));
+    // The predicted line runs on into the forecast region.
+    EXPECT_EQ(Elements(figure, "<rect class=\"forecast\"").size(), 1u);
   }
 }
 
