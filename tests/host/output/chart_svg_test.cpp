@@ -179,7 +179,7 @@ TEST(LineChartSvg, CarriesEachValueOnceAtThePrecisionItShows) {
 TEST(LineChartSvg, SeriesPlotOpensOnRecentHistoryWithTheForecastAndCalendarTicks) {
   // Two years of days and a 14-day forecast with its band.
   const int count = 745, forecast = 731;
-  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", ""};
+  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", "", {}};
   for (int i = 0; i < count; ++i) {
     const double value = 3000 + 800 * std::sin(i / 9.0), half = i >= forecast ? 300 : 100;
     chart.series[0].y.push_back(value);
@@ -245,7 +245,7 @@ TEST(LineChartSvg, TicksFollowTheCalendarOrSpaceOutOtherLabels) {
 }
 
 TEST(LineChartSvg, LinesOnScalesFarApartEachGetTheirOwn) {
-  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", ""};
+  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", "", {}};
   for (int i = 0; i < 100; ++i) {
     apart.series[0].y.push_back(3000 + 1000 * std::sin(i / 7.0));
     apart.series[1].y.push_back(15 + 15 * std::cos(i / 11.0));
@@ -325,7 +325,8 @@ TEST(HistogramSvg, FarValuesGoToAnOverflowBarAndEdgesReadShort) {
 }
 
 TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
-  // A root cause tree with a plot per node: observed, and predicted with its band and forecast.
+  // A root cause tree with a plot per node: observed, and predicted with its band and forecast;
+  // the root's plot marks its outlier.
   const int count = 400, forecast = 390;
   nlohmann::json payload = nlohmann::json::parse(R"({"kind": "impact", "rootCause": true, "trees": [
       {"direction": "causes", "nodes": [{"label": "sales-North"},
@@ -344,6 +345,8 @@ TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
     }
     chart["series"] = {{{"name", "Observed"}, {"y", seen}},
                        {{"name", "Predicted"}, {"y", predicted}, {"lower", lower}, {"upper", upper}}};
+    if (series == "sales-North")
+      chart["marks"] = {{{"x", 120}, {"label", "Outlier"}}, {{"x", count}, {"label", "off the plot"}}};
     payload["plots"][series] = chart;
   }
   ImpactDiagram diagram;
@@ -373,8 +376,16 @@ TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
     const Carried predicted = Read(figure, 1);
     EXPECT_EQ(predicted.values.size(), static_cast<std::size_t>(count));
     EXPECT_EQ(predicted.lower.size(), static_cast<std::size_t>(count));
-    // The predicted line runs on into the forecast region.
+    // The predicted line runs on into the forecast region; the root's outlier is marked at its
+    // time, in the legend too.
     EXPECT_EQ(Elements(figure, "<rect class=\"forecast\"").size(), 1u);
+    const auto marks = Elements(figure, "<path class=\"mark\"");
+    ASSERT_EQ(marks.size(), series == "sales-North" ? 1u : 0u);
+    if (!marks.empty()) {
+      EXPECT_EQ(Attribute(marks[0], "d").substr(0, 5), "M120,");
+      EXPECT_EQ(Attribute(marks[0], "data-label"), "Outlier");
+      EXPECT_NE(figure.find("<text class=\"legend\" x=\"20\">Outlier</text>"), npos);
+    }
   }
 }
 
