@@ -113,6 +113,16 @@ bool ReadLineChart(const nlohmann::json &payload, LineChart &chart, std::string 
       chart.forecast_start = static_cast<int>(index);
     }
   }
+  if (const auto marks = payload.find("marks"); marks != payload.end() && marks->is_array()) {
+    for (const auto &mark : *marks) {
+      const auto at = mark.is_object() ? mark.find("x") : mark.end();
+      if (at == mark.end() || !at->is_number_integer() || at->get<long long>() < 0 ||
+          static_cast<std::size_t>(at->get<long long>()) >= count)
+        continue;
+      chart.marks.push_back({static_cast<std::size_t>(at->get<long long>()),
+                             mark.contains("label") ? Label(mark["label"]) : std::string()});
+    }
+  }
   if (const auto label = payload.find("xLabel"); label != payload.end()) {
     chart.x_label = Label(*label);
   }

@@ -18,13 +18,19 @@ struct LineSeries {
 };
 
 // {"kind":"line","x":[...],"series":[{"name":..,"y":[...],"lower":[...],"upper":[...]}],
-//  "forecastStart": index} with optional "xLabel" and "yLabel".
+//  "forecastStart": index} with optional "xLabel", "yLabel" and "marks":[{"x": index, "label": ..}].
+struct LineMark {
+  std::size_t x = 0; // the position marked (an outlier's time)
+  std::string label;
+};
+
 struct LineChart {
   std::vector<std::string> x; // labels of the x positions, in order
   std::vector<LineSeries> series;
   int forecast_start = -1; // first forecast position; -1: none
   std::string x_label;
   std::string y_label;
+  std::vector<LineMark> marks;
 };
 
 struct ValueRange {
@@ -37,7 +43,8 @@ struct ValueRange {
 // Reads a line-chart payload. False, with the reason in `problem`, when the payload is not one
 // (another kind, no series, a member of the wrong type). Series values that are not numbers
 // (null, text) are read as missing; lists longer than x are cut to it, shorter ones padded with
-// missing values. Without "x" the positions are numbered from 1.
+// missing values. Without "x" the positions are numbered from 1. Marks off the positions are
+// dropped.
 bool ReadLineChart(const nlohmann::json &payload, LineChart &chart, std::string &problem);
 
 // The range of every value of a series, band included.

@@ -504,6 +504,15 @@ std::string RenderLineChartSvg(const LineChart &chart) {
                        "<rect class=\"swatch band-swatch\" fill=\"" +
                            std::string(kPalette[banded % std::size(kPalette)]) +
                            "\" width=\"14\" height=\"10\" y=\"-9\""});
+  // Marks (an outlier's time): one legend entry per label.
+  std::vector<std::string> mark_labels;
+  for (const LineMark &mark : chart.marks) {
+    if (!mark.label.empty() &&
+        std::find(mark_labels.begin(), mark_labels.end(), mark.label) == mark_labels.end())
+      mark_labels.push_back(mark.label);
+  }
+  for (const auto &label : mark_labels)
+    entries.push_back({label, "<path class=\"swatch mark-swatch\" d=\"M7,-10v12\""});
   if (chart.forecast_start >= 0)
     entries.push_back({Word("Forecast"),
                        "<rect class=\"swatch forecast-swatch\" width=\"14\" height=\"10\" y=\"-9\""});
@@ -624,6 +633,11 @@ std::string RenderLineChartSvg(const LineChart &chart) {
         << Compact(grids[s].high) << " " << Compact(grids[s].unit) << " "
         << DecimalsOf(grids[s], chart.series[s].y) << "\"" << transforms[s]
         << " d=\"" << LinePath(grids[s], chart.series[s].y) << "\"/>";
+  }
+  // A mark is a vertical line at its position, its label in data-label for the hover tip.
+  for (const LineMark &mark : chart.marks) {
+    svg << "<path class=\"mark\" data-label=\"" << EscapeMarkup(mark.label) << "\" d=\"M" << mark.x << ","
+        << -height_units << "v" << 3 * height_units << "\"/>";
   }
   svg << "</svg>";
 

@@ -10,7 +10,7 @@ namespace host {
 
 // An inline <svg class="chart line-chart"> element (no namespace attribute: it lives in an HTML
 // page) drawing the chart as a static picture: one path per line and per band, the forecast
-// region marked with its label, y grid lines with round ticks, x ticks at calendar boundaries
+// region marked with its label, marked positions (an outlier's time) as vertical lines, y grid lines with round ticks, x ticks at calendar boundaries
 // when the x labels are dates, and a legend with the band and the forecast. The lines sit in a
 // nested <svg class="plot"> whose view box is in positions and whole grid units, so the paths
 // are the chart's only copy of its values (at the precision the tooltip shows) and the page's

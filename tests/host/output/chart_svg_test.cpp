@@ -1,6 +1,7 @@
 // This file contains tests of the report's charts as a reader meets them: the values a line
 // chart carries (read back as the page's script reads them for its tooltip), the view a series
-// plot opens on, its date ticks, lines on scales of their own, and the histogram's overflow bar.
+// plot opens on, its date ticks, lines on scales of their own, the histogram's overflow bar, and
+// the series plots of a root cause figure.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -178,7 +179,7 @@ TEST(LineChartSvg, CarriesEachValueOnceAtThePrecisionItShows) {
 TEST(LineChartSvg, SeriesPlotOpensOnRecentHistoryWithTheForecastAndCalendarTicks) {
   // Two years of days and a 14-day forecast with its band.
   const int count = 745, forecast = 731;
-  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", ""};
+  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", "", {}};
   for (int i = 0; i < count; ++i) {
     const double value = 3000 + 800 * std::sin(i / 9.0), half = i >= forecast ? 300 : 100;
     chart.series[0].y.push_back(value);
@@ -244,7 +245,7 @@ TEST(LineChartSvg, TicksFollowTheCalendarOrSpaceOutOtherLabels) {
 }
 
 TEST(LineChartSvg, LinesOnScalesFarApartEachGetTheirOwn) {
-  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", ""};
+  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", "", {}};
   for (int i = 0; i < 100; ++i) {
     apart.series[0].y.push_back(3000 + 1000 * std::sin(i / 7.0));
     apart.series[1].y.push_back(15 + 15 * std::cos(i / 11.0));
@@ -320,6 +321,71 @@ TEST(HistogramSvg, FarValuesGoToAnOverflowBarAndEdgesReadShort) {
     EXPECT_EQ(counted, static_cast<double>(c.values.size()));
     for (const auto &tick : Captures(histogram, "<text class=\"tick x-tick\"[^>]*>([^<]*)</text>"))
       EXPECT_LE(tick.size(), 14u) << tick;
+  }
+}
+
+TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
+  // A root cause tree with a plot per node: observed, and predicted with its band and forecast;
+  // the root's plot marks its outlier.
+  const int count = 400, forecast = 390;
+  nlohmann::json payload = nlohmann::json::parse(R"({"kind": "impact", "rootCause": true, "trees": [
+      {"direction": "causes", "nodes": [{"label": "sales-North"},
+                                        {"label": "stock-West", "parent": 0, "rootCause": true}]}]})");
+  std::map<std::string, std::vector<double>> observed;
+  for (const std::string series : {"sales-North", "stock-West"}) {
+    nlohmann::json chart = {{"kind", "line"}, {"x", Daily(count)}, {"forecastStart", forecast}};
+    nlohmann::json seen = nlohmann::json::array(), predicted = seen, lower = seen, upper = seen;
+    for (int i = 0; i < count; ++i) {
+      const double value = series.size() * 100 + 37 * std::sin(i / 5.0);
+      observed[series].push_back(std::round(value));
+      seen.push_back(i < forecast ? nlohmann::json(std::round(value)) : nlohmann::json());
+      predicted.push_back(value + 3);
+      lower.push_back(value - 20);
+      upper.push_back(value + 20);
+    }
+    chart["series"] = {{{"name", "Observed"}, {"y", seen}},
+                       {{"name", "Predicted"}, {"y", predicted}, {"lower", lower}, {"upper", upper}}};
+    if (series == "sales-North")
+      chart["marks"] = {{{"x", 120}, {"label", "Outlier"}}, {{"x", count}, {"label", "off the plot"}}};
+    payload["plots"][series] = chart;
+  }
+  ImpactDiagram diagram;
+  std::string problem;
+  ASSERT_TRUE(ReadImpactDiagram(payload, diagram, problem)) << problem;
+  const std::string html = RenderImpactHtml(diagram);
+  ASSERT_NE(html.find("root-cause-analysis"), npos);
+
+  const std::string plots = html.substr(html.find("<div class=\"impact-plots\""));
+  std::vector<std::string> figures;
+  for (auto at = plots.find("<figure"); at != npos; at = plots.find("<figure", at + 1))
+    figures.push_back(plots.substr(at, plots.find("</figure>", at) - at));
+  ASSERT_EQ(figures.size(), 2u);
+  for (const auto &figure : figures) {
+    const std::string series = Attribute(figure, "data-series");
+    SCOPED_TRACE(series);
+    // One line path per series and one band, read back to the values given; no element per point.
+    EXPECT_EQ(Elements(figure, "<path class=\"line\"").size(), 2u);
+    EXPECT_EQ(Elements(figure, "<path class=\"band\"").size(), 1u);
+    EXPECT_EQ(figure.find("data-tip"), npos);
+    EXPECT_EQ(figure.find("<circle"), npos);
+    EXPECT_LT(Elements(figure, "<").size(), 120u);
+    const Carried seen = Read(figure, 0);
+    ASSERT_EQ(seen.values.size(), static_cast<std::size_t>(forecast));
+    for (int i = 0; i < forecast; ++i)
+      EXPECT_NEAR(seen.values.at(i), observed[series][static_cast<std::size_t>(i)], seen.unit / 2 + 1e-9) << i;
+    const Carried predicted = Read(figure, 1);
+    EXPECT_EQ(predicted.values.size(), static_cast<std::size_t>(count));
+    EXPECT_EQ(predicted.lower.size(), static_cast<std::size_t>(count));
+    // The predicted line runs on into the forecast region; the root's outlier is marked at its
+    // time, in the legend too.
+    EXPECT_EQ(Elements(figure, "<rect class=\"forecast\"").size(), 1u);
+    const auto marks = Elements(figure, "<path class=\"mark\"");
+    ASSERT_EQ(marks.size(), series == "sales-North" ? 1u : 0u);
+    if (!marks.empty()) {
+      EXPECT_EQ(Attribute(marks[0], "d").substr(0, 5), "M120,");
+      EXPECT_EQ(Attribute(marks[0], "data-label"), "Outlier");
+      EXPECT_NE(figure.find("<text class=\"legend\" x=\"20\">Outlier</text>"), npos);
+    }
   }
 }
 

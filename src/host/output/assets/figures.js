@@ -101,8 +101,14 @@
     area.setAttribute("width", String(count + 1));
     area.setAttribute("height", String(3 * whole[3]));
     plot.appendChild(area);
+    // Marked positions (an outlier's time) name their mark in the tip.
+    var marks = {};
+    plot.querySelectorAll("path.mark").forEach(function (mark) {
+      var at = Number((mark.getAttribute("d").match(/^M(\d+)/) || [])[1]);
+      marks[at] = (marks[at] ? marks[at] + ", " : "") + mark.getAttribute("data-label");
+    });
     function text(i) {
-      var lines = [labelAt(i)];
+      var lines = [labelAt(i) + (marks[i] ? "  (" + marks[i] + ")" : "")];
       data.forEach(function (line) {
         var shown = line.name + ": " + (line.values[i] === undefined ? "\u2013" : line.values[i]);
         if (line.band && line.band.lower[i] !== undefined) {
