@@ -61,9 +61,11 @@ Node ImpactDiagram(const OutputData& data, std::size_t series, bool causes, int 
 // The model system.
 Node SystemGraph(const OutputData& data, const std::string& rank_statistic);
 Node FitStatisticsTable(const OutputData& data);
-// `keep` limits the series (targets' ranks 1..keep), or nullopt for all.
+// `keep` limits the series (targets' ranks 1..keep), or nullopt for all; `only`, when given,
+// to those series.
 Node SeriesWithOutliersTable(const OutputData& data, std::optional<int> keep,
-                             const std::string& rank_statistic);
+                             const std::string& rank_statistic,
+                             const std::optional<std::vector<std::size_t>>& only = std::nullopt);
 
 // Root cause analysis: the tree with its root causes and the plots by series text; the table.
 Node RootCauseDiagram(const OutputData& data);

@@ -425,18 +425,27 @@ class Loader {
     return members;
   }
 
+  // The period of an entry's time (or period index), -1 when not on the axis; `label` gets the
+  // period's label, or the archive's text of a time off the axis.
+  std::ptrdiff_t PeriodOf(const support::Json& entry, std::string& label) {
+    std::ptrdiff_t period = -1;
+    if (const support::Json* index = support::FindMember(entry, "timeIndex"); index && index->is_number()) {
+      const auto at = static_cast<std::ptrdiff_t>(index->get<double>());
+      if (at >= 0 && static_cast<std::size_t>(at) < points_.size()) period = at;
+    } else if (const support::Json* time = support::FindMember(entry, "time")) {
+      period = PeriodIndex(points_).Find(PointOf(data_.axis, *time));
+      if (period < 0 && time->is_string()) label = time->get<std::string>();
+      if (period < 0 && label.empty()) label = support::GetString(entry, "timeText");
+    }
+    if (period >= 0) label = data_.period_labels[static_cast<std::size_t>(period)];
+    return period;
+  }
+
   // One outlier entry: its time (or period index) and values.
   Outlier OutlierOf(std::size_t series, const support::Json& entry) {
     Outlier outlier;
     outlier.series = series;
-    if (const support::Json* index = support::FindMember(entry, "timeIndex"); index && index->is_number()) {
-      const auto at = static_cast<std::ptrdiff_t>(index->get<double>());
-      if (at >= 0 && static_cast<std::size_t>(at) < points_.size()) outlier.period = at;
-    } else if (const support::Json* time = support::FindMember(entry, "time")) {
-      outlier.period = PeriodIndex(points_).Find(PointOf(data_.axis, *time));
-      if (outlier.period < 0 && time->is_string()) outlier.time = time->get<std::string>();
-    }
-    if (outlier.period >= 0) outlier.time = data_.period_labels[static_cast<std::size_t>(outlier.period)];
+    outlier.period = PeriodOf(entry, outlier.time);
     outlier.observed = support::GetDouble(entry, "observed", kNaN);
     outlier.predicted = support::GetDouble(entry, "predicted", kNaN);
     outlier.probability = support::GetDouble(entry, "probability", kNaN);
@@ -469,10 +478,35 @@ class Loader {
         warnings_.push_back("outlier results name a series that is not in the model system");
         continue;
       }
+      if (const support::Json* summary = support::FindMember(*detection, "summary")) {
+        data_.outlier_summaries.push_back({static_cast<std::size_t>(series),
+                                           support::GetDouble(*summary, "assessedPoints", kNaN),
+                                           support::GetDouble(*summary, "flaggedPoints", kNaN),
+                                           support::GetDouble(*summary, "expectedChanceFlags", kNaN)});
+      }
       const support::Json* list = support::FindMember(*detection, "outliers");
       if (list == nullptr || !list->is_array()) continue;
       for (const auto& entry : *list) data_.outliers.push_back(OutlierOf(static_cast<std::size_t>(series), entry));
     }
+  }
+
+  // One cause of an outlier; `share` falls back on `score`, which archives without it carry.
+  RootCause CauseOf(std::size_t series, std::size_t target, const support::Json& entry) {
+    RootCause cause;
+    cause.series = series;
+    cause.score = support::GetDouble(entry, "score", kNaN);
+    cause.share = support::GetDouble(entry, "share", cause.score);
+    PeriodOf(entry, cause.time);
+    cause.delay = static_cast<int>(support::GetInt(entry, "delay", 0));
+    cause.is_target = support::GetBool(entry, "isTarget", series == target);
+    if (const support::Json* path = support::FindMember(entry, "path"); path && path->is_array()) {
+      for (const auto& link : *path) {
+        cause.path.push_back({SeriesOfPieces(support::FindMember(link, "from")),
+                              SeriesOfPieces(support::FindMember(link, "to")),
+                              static_cast<int>(support::GetInt(link, "lag", 0))});
+      }
+    }
+    return cause;
   }
 
   void ReadRootCauses() {
@@ -501,8 +535,7 @@ class Loader {
             for (const auto& cause : *causes) {
               const std::ptrdiff_t series = SeriesOfPieces(support::FindMember(cause, "series"));
               if (series < 0) continue;
-              outlier.causes.push_back({static_cast<std::size_t>(series),
-                                        support::GetDouble(cause, "score", kNaN)});
+              outlier.causes.push_back(CauseOf(static_cast<std::size_t>(series), result.target, cause));
             }
           }
           result.outliers.push_back(std::move(outlier));

@@ -45,10 +45,30 @@ struct Outlier {
   double probability = model::kNaN;
 };
 
+// What the outlier detection of one series reported about its points as a whole.
+struct OutlierSummary {
+  std::size_t series = 0;
+  double assessed = model::kNaN;        // points assessed
+  double flagged = model::kNaN;         // points over the threshold
+  double expected_chance = model::kNaN; // points a series without outliers would flag
+};
+
+// One link of a cause's path to the target: series indices, -1 when not in the system.
+struct PathLink {
+  std::ptrdiff_t from = -1;
+  std::ptrdiff_t to = -1;
+  int lag = 0;
+};
+
 // One outlier of a root cause analysis with its causes, most likely first.
 struct RootCause {
   std::size_t series = 0;
   double score = model::kNaN;
+  double share = model::kNaN;  // the part of the outlier's deviation it explains, 0..1
+  std::string time;            // when its anomalous innovation acted: the period's label
+  int delay = 0;               // periods from then to the outlier
+  bool is_target = false;      // the series' own innovation
+  std::vector<PathLink> path;  // from the cause to the target, own lags left out
 };
 struct RootCauseOutlier {
   Outlier outlier;
@@ -77,6 +97,7 @@ struct OutputData {
   std::optional<support::Json> quality;    // TSDPQuality.json
   bool outliers_given = false;             // an outlier archive was read
   std::vector<Outlier> outliers;
+  std::vector<OutlierSummary> outlier_summaries;  // one per series the outlier archive holds
   std::optional<RootCauseResult> root_causes;
 
   // The series of the system named by a series array of `target` (values or coded ID), or -1.

@@ -33,6 +33,29 @@ void PerSeries(Node& tcm, const std::string& path, const Artifact& artifact, con
   }
 }
 
+// The series an output shows, which its outlier table keeps to: those the table names, else
+// those the per-series artefacts name; nullopt, for every series, when none names any.
+std::optional<std::vector<std::size_t>> ShownSeries(const OutputConfig& config, const Artifact& table,
+                                                    const OutputData& data) {
+  std::vector<const Artifact*> naming;
+  if (table.has_target) {
+    naming.push_back(&table);
+  } else {
+    for (const Artifact& artifact : config.artifacts) {
+      if (artifact.has_target) naming.push_back(&artifact);
+    }
+  }
+  if (naming.empty()) return std::nullopt;
+  std::vector<std::size_t> shown;
+  for (const Artifact* artifact : naming) {
+    for (const std::vector<std::string>& pieces : artifact->target) {
+      const std::ptrdiff_t series = data.FindSeries(pieces);
+      if (series >= 0) shown.push_back(static_cast<std::size_t>(series));
+    }
+  }
+  return shown;
+}
+
 // Sets a whole node.
 void Put(Node& tcm, const std::string& path, Node value) { At(tcm, path) = std::move(value); }
 
@@ -92,7 +115,8 @@ Node BuildOutputDocument(const OutputConfig& config, const OutputData& data,
           for (const model::Equation& equation : data.system.equations) targets += equation.is_target ? 1 : 0;
           keep = static_cast<int>((targets * static_cast<std::size_t>(*config.top_model_percent) + 99) / 100);
         }
-        Put(tcm, "interpretation.seriesWithOutliers.table", SeriesWithOutliersTable(data, keep, config.fit_statistic));
+        Put(tcm, "interpretation.seriesWithOutliers.table",
+            SeriesWithOutliersTable(data, keep, config.fit_statistic, ShownSeries(config, artifact, data)));
       }
     } else if (name == "interpretation.ImpactDiagramCauses" || name == "interpretation.ImpactDiagramEffects") {
       const bool causes = name == "interpretation.ImpactDiagramCauses";

@@ -255,19 +255,28 @@ Node FitStatisticsTable(const OutputData& data) {
 }
 
 Node SeriesWithOutliersTable(const OutputData& data, std::optional<int> keep,
-                             const std::string& rank_statistic) {
+                             const std::string& rank_statistic,
+                             const std::optional<std::vector<std::size_t>>& only) {
   std::vector<int> ranks;
   if (keep) {
     auto statistic = FindFitStatistic(rank_statistic);
     if (!statistic) statistic = FindFitStatistic("RMSPE");
     ranks = RankTargets(data, *statistic);
   }
+  std::vector<bool> named(data.system.series.size(), !only.has_value());
+  if (only) {
+    for (std::size_t s : *only) named[s] = true;
+  }
   // Series in the system's order, each with its outliers in the order found.
   std::vector<std::vector<const Outlier*>> by_series(data.system.series.size());
+  std::vector<bool> has_outliers(data.system.series.size(), false);
   for (const Outlier& outlier : data.outliers) {
+    has_outliers[outlier.series] = true;
+    if (!named[outlier.series]) continue;
     if (keep && (ranks[outlier.series] == 0 || ranks[outlier.series] > *keep)) continue;
     by_series[outlier.series].push_back(&outlier);
   }
+  const auto with_outliers = static_cast<std::size_t>(std::count(has_outliers.begin(), has_outliers.end(), true));
   std::size_t most = 0;
   Node series_categories = Node::array();
   std::vector<std::size_t> shown;
@@ -295,36 +304,107 @@ Node SeriesWithOutliersTable(const OutputData& data, std::optional<int> keep,
   std::vector<std::string> footnotes;
   if (shown.empty()) footnotes.push_back("No outliers were found.");
   if (keep) footnotes.push_back("Only the best " + std::to_string(*keep) + " models are shown.");
+  if (only && shown.size() < with_outliers) {
+    footnotes.push_back("Only the series this output shows are listed: " + std::to_string(shown.size()) +
+                        " of the " + std::to_string(with_outliers) + " series with outliers.");
+  }
+  if (!shown.empty()) {
+    footnotes.push_back("Expected is the system's forecast of the point made several periods earlier.");
+    // The chance flags of the series listed: a series without outliers flags about as many.
+    double assessed = 0;
+    double chance = 0;
+    for (const OutlierSummary& summary : data.outlier_summaries) {
+      if (by_series[summary.series].empty() || !std::isfinite(summary.assessed) ||
+          !std::isfinite(summary.expected_chance)) {
+        continue;
+      }
+      assessed += summary.assessed;
+      chance += summary.expected_chance;
+    }
+    if (assessed > 0) {
+      footnotes.push_back("About " + support::FormatNumber(std::round(chance)) + " of the " +
+                          support::FormatNumber(assessed) +
+                          " points assessed are flagged by chance at this threshold; a run of flags "
+                          "from one shock counts as one outlier.");
+    }
+  }
   return TableNode("Series with Outliers",
                Node::array({Dimension("Series", std::move(series_categories)),
                             Dimension("Outlier", std::move(numbers))}),
                Columns({Category("Time"), Category("Observed", "", Format("number", 3)),
-                        Category("Predicted", "", Format("number", 3)),
+                        Category("Expected", "", Format("number", 3)),
                         Category("Probability", "", Format("number", 3))}),
                std::move(cells), footnotes);
 }
 
+namespace {
+
+// How a cause reached the target: "cost-region:east →(lag 1) sales-region:east →(lag 2) ...".
+Node CausePathText(const OutputData& data, const RootCause& cause) {
+  if (cause.is_target) return "the series' own innovation";
+  if (cause.path.empty()) return nullptr;
+  auto label = [&](std::ptrdiff_t series) {
+    return series >= 0 ? data.names[static_cast<std::size_t>(series)].label : std::string("(a series not in the system)");
+  };
+  std::string text = label(cause.path.front().from);
+  for (const PathLink& link : cause.path) {
+    text += " \u2192(lag " + std::to_string(link.lag) + ") " + label(link.to);
+  }
+  return text;
+}
+
+}  // namespace
+
 Node RootCauseTable(const OutputData& data) {
   if (!data.root_causes) return "No root cause analysis";
   const RootCauseResult& result = *data.root_causes;
-  Node categories = Node::array();
+  // Outliers by their causes in rank order; an outlier of fewer causes than the most has empty
+  // rows, which the reports leave out.
+  std::size_t most = 1;
+  for (const RootCauseOutlier& entry : result.outliers) most = std::max(most, entry.causes.size());
+  Node outliers = Node::array();
+  Node ranks = Node::array();
+  for (std::size_t r = 1; r <= most; ++r) ranks.push_back(std::to_string(r));
   Node cells = Node::array();
   for (const RootCauseOutlier& entry : result.outliers) {
-    categories.push_back(Category(entry.outlier.time.empty() ? "." : entry.outlier.time));
-    std::vector<std::string> causes;
-    for (const RootCause& cause : entry.causes) causes.push_back(data.names[cause.series].text);
-    cells.push_back(Node::array({Number(entry.outlier.observed), Number(entry.outlier.predicted),
-                                 Number(entry.outlier.probability),
-                                 causes.empty() ? std::string("None found") : support::Join(causes, ", "),
-                                 entry.causes.empty() ? Node(nullptr) : Number(entry.causes.front().score)}));
+    const Outlier& outlier = entry.outlier;
+    outliers.push_back(Category(outlier.time.empty() ? "." : outlier.time));
+    for (std::size_t r = 0; r < most; ++r) {
+      Node row = Node::array();
+      const bool filler = r >= std::max<std::size_t>(entry.causes.size(), 1);
+      if (filler) {
+        for (int c = 0; c < 7; ++c) row.push_back(nullptr);
+        cells.push_back(std::move(row));
+        continue;
+      }
+      row.push_back(Number(outlier.observed));
+      row.push_back(Number(outlier.predicted));
+      row.push_back(Number(outlier.probability));
+      if (entry.causes.empty()) {
+        row.push_back("None found");
+        for (int c = 0; c < 3; ++c) row.push_back(nullptr);
+      } else {
+        const RootCause& cause = entry.causes[r];
+        row.push_back(data.names[cause.series].label);
+        row.push_back(cause.time.empty() ? Node(nullptr) : Node(cause.time));
+        row.push_back(Number(cause.share * 100));
+        row.push_back(CausePathText(data, cause));
+      }
+      cells.push_back(std::move(row));
+    }
   }
   return TableNode("Outlier Root Cause Analysis",
-               Node::array({Dimension("Outlier at", std::move(categories))}),
+               Node::array({Dimension("Outlier at", std::move(outliers)), Dimension("Rank", std::move(ranks))}),
                Columns({Category("Observed", "", Format("number", 3)),
-                        Category("Predicted", "", Format("number", 3)),
-                        Category("Probability", "", Format("number", 3)), Category("Root causes"),
-                        Category("Score of the first", "", Format("number", 3))}),
-               std::move(cells), {"Series: " + data.names[result.target].label + "."});
+                        Category("Expected", "", Format("number", 3)),
+                        Category("Probability", "", Format("number", 3)), Category("Root cause"),
+                        Category("Acted at"), Category("Share of the deviation (%)", "", Format("percent", 1)),
+                        Category("Path")}),
+               std::move(cells),
+               {"Series: " + data.names[result.target].label + ".",
+                "Expected is the system's forecast made several periods before the outlier. A cause "
+                "acted at the time of its anomalous innovation; its share is the part of the "
+                "outlier's deviation from the expected value that innovation explains."});
 }
 
 }  // namespace engine::output

@@ -433,27 +433,41 @@ TEST_F(OutputStage, OutlierAndRootCauseResultsAreRead) {
   // Outliers of both targets; east sales has two, west sales one.
   support::ZipArchiveWriter outliers;
   const double day3 = (kFirstDay + 3) * kDay;
+  const double day9 = (kFirstDay + 9) * kDay;
+  const Json summary = {{"assessedPoints", 90}, {"flaggedPoints", 3}, {"expectedChanceFlags", 0.9}};
   ASSERT_TRUE(outliers.AddText(
       "east.json",
       Json({{"outlierDetection",
              {{"analysisSettings", {{"targetTimeSeries", {"east", "sales"}}}},
+              {"summary", summary},
               {"outliers", {{{"time", day3}, {"observed", 12.5}, {"predicted", 10.0}, {"probability", 0.99}},
                             {{"time", "2015-01-10"}, {"observed", 1.0}, {"predicted", 2.0}, {"probability", 0.97}}}}}}})
           .dump()));
   ASSERT_TRUE(outliers.AddText(
       "west.json", Json({{"outlierDetection",
                           {{"analysisSettings", {{"targetTimeSeries", {"west", "sales"}}}},
+                           {"summary", summary},
                            {"outliers", {{{"time", day3}, {"observed", 3.0}, {"probability", 0.995}}}}}}})
                        .dump()));
   ASSERT_TRUE(outliers.WriteTo(Path("od.zip")));
+  // West sales: the outlier of day 3 has two causes, east cost through east sales and its own
+  // innovation; the one of day 9 one, written as older archives do (a score only); a third none.
+  const Json path = {{{"from", {"east", "cost"}}, {"to", {"east", "sales"}}, {"lag", 1}},
+                     {{"from", {"east", "sales"}}, {"to", {"west", "sales"}}, {"lag", 2}}};
   support::ZipArchiveWriter rca;
   ASSERT_TRUE(rca.AddText(
       "rca.json",
       Json({{"rootCauseAnalysis",
              {{"analysisSettings", {{"targetTimeSeries", {"west", "sales"}}, {"oldestGeneration", 2}}},
-              {"outliers", {{{"time", day3},
-                             {"observed", 3.0},
-                             {"rootCauses", {{{"series", {"west", "cost"}}, {"score", 0.7}}}}}}}}}})
+              {"outliers",
+               {{{"time", day3}, {"observed", 3.0}, {"predicted", 1.5}, {"probability", 0.995},
+                 {"rootCauses",
+                  {{{"series", {"east", "cost"}}, {"score", 0.7}, {"share", 0.7}, {"time", day3 - 3 * kDay},
+                    {"delay", 3}, {"isTarget", false}, {"path", path}},
+                   {{"series", {"west", "sales"}}, {"share", 0.2}, {"time", day3}, {"isTarget", true},
+                    {"path", Json::array()}}}}},
+                {{"time", day9}, {"rootCauses", {{{"series", {"west", "cost"}}, {"score", 0.7}}}}},
+                {{"time", day9 + kDay}, {"observed", 4.0}, {"rootCauses", Json::array()}}}}}}})
           .dump()));
   ASSERT_TRUE(rca.WriteTo(Path("rca.zip")));
   const std::string inputs = "[{\"name\":\"TCM\",\"uri\":\"" + Uri("model.zip") + "\"},{\"name\":\"TCMOD\",\"uri\":\"" +
@@ -468,14 +482,6 @@ TEST_F(OutputStage, OutlierAndRootCauseResultsAreRead) {
                         inputs))
       << error_;
   const Json tcm = Document()["tcm"];
-  const Json& table = tcm["interpretation"]["seriesWithOutliers"]["table"];
-  // Two series by at most two outliers each; west's second row is empty.
-  ASSERT_EQ(table["cells"].size(), 4u);
-  EXPECT_EQ(table["rowDimensions"][0]["categories"][0]["key"], "east-sales");
-  EXPECT_EQ(table["cells"][0][0], "2015-01-04");
-  EXPECT_EQ(table["cells"][1][0], "2015-01-10");
-  EXPECT_DOUBLE_EQ(Cell(table["cells"][2][3]), 0.995);
-  EXPECT_TRUE(table["cells"][3][0].is_null());
   const Json& dots = tcm["evaluation"]["outlierDistributionDotplot"]["visualization"]["dataArray"][0]["rows"];
   EXPECT_EQ(dots[0][1], 2.0);
   EXPECT_EQ(dots[1][1], 1.0);
@@ -493,16 +499,65 @@ TEST_F(OutputStage, OutlierAndRootCauseResultsAreRead) {
   }
   EXPECT_TRUE(marked);
   EXPECT_TRUE(tcm["action"]["outlierRootCauseAnalysisforSeries"]["subJson"].contains("sales-region:west"));
-  EXPECT_EQ(tcm["action"]["outliers"]["table"]["cells"][0][3], "cost-region:west");
 
-  // The outlier table flow of a BESTFIT filter keeps the best model only.
-  ASSERT_TRUE(RunOutput("scored", "[{\"name\":\"interpretation.seriesWithOutliersTable\"}]", inputs,
-                        ",\"topModel\":1"))
-      << error_;
-  const Json best = Document()["tcm"]["interpretation"]["seriesWithOutliers"]["table"];
-  ASSERT_EQ(best["rowDimensions"][0]["categories"].size(), 1u);
+  // The root cause table: a row per outlier and cause rank, empty rows where an outlier has
+  // fewer causes than the most.
+  const Json& causes = tcm["action"]["outliers"]["table"];
+  EXPECT_EQ(causes["rowDimensions"][1]["categories"].size(), 2u);
+  const Json null;
+  const std::string arrow = "\u2192";
+  const std::vector<Json> rows = {
+      {3.0, 1.5, 0.995, "cost-region:East coast", "2015-01-01", 70.0,
+       "cost-region:East coast " + arrow + "(lag 1) sales-region:East coast " + arrow + "(lag 2) sales-region:west"},
+      {3.0, 1.5, 0.995, "sales-region:west", "2015-01-04", 20.0, "the series' own innovation"},
+      {null, null, null, "cost-region:west", null, 70.0, null},
+      {null, null, null, null, null, null, null},
+      {4.0, null, null, "None found", null, null, null},
+      {null, null, null, null, null, null, null},
+  };
+  ASSERT_EQ(causes["cells"].size(), rows.size());
+  for (std::size_t r = 0; r < rows.size(); ++r) {
+    for (std::size_t c = 0; c < rows[r].size(); ++c) {
+      const Json& cell = causes["cells"][r][c];
+      if (rows[r][c].is_number()) {
+        EXPECT_NEAR(Cell(cell), rows[r][c].get<double>(), 1e-9) << r << " " << c;
+      } else {
+        EXPECT_EQ(cell, rows[r][c]) << r << " " << c;
+      }
+    }
+  }
+
+  // The outlier table keeps to the series the output shows: those it names, else those the
+  // per-series artefacts name, else every one; and to the best models of a BESTFIT filter.
+  struct Case {
+    std::string artifacts;
+    std::string extra;
+    std::vector<std::string> series;
+  };
   const bool east_best = EquationOf("1-1").stats.rmspe < EquationOf("2-1").stats.rmspe;
-  EXPECT_EQ(best["rowDimensions"][0]["categories"][0]["key"], east_best ? "east-sales" : "west-sales");
+  const std::string table = "{\"name\":\"interpretation.seriesWithOutliersTable\"";
+  const std::vector<Case> cases = {
+      {"[" + table + "}]", "", {"east-sales", "west-sales"}},
+      {"[" + table + "},{\"name\":\"evaluation.observedAndPredicted\",\"target\":[[\"east\",\"sales\"]]}]", "",
+       {"east-sales"}},
+      {"[" + table + ",\"target\":[[\"west\",\"sales\"]]},"
+                     "{\"name\":\"evaluation.observedAndPredicted\",\"target\":[[\"east\",\"sales\"]]}]",
+       "", {"west-sales"}},
+      {"[" + table + "}]", ",\"topModel\":1", {east_best ? "east-sales" : "west-sales"}},
+  };
+  for (const Case& one : cases) {
+    ASSERT_TRUE(RunOutput("scored", one.artifacts, inputs, one.extra)) << error_;
+    const Json shown = Document()["tcm"]["interpretation"]["seriesWithOutliers"]["table"];
+    std::vector<std::string> keys;
+    for (const Json& category : shown["rowDimensions"][0]["categories"]) keys.push_back(category["key"]);
+    EXPECT_EQ(keys, one.series) << one.artifacts << one.extra;
+    // Rows: each series by the most outliers of one; the chance flags of the series listed.
+    const std::size_t most = keys.size() == 2 || keys[0] == "east-sales" ? 2 : 1;
+    EXPECT_EQ(shown["cells"].size(), keys.size() * most) << one.artifacts;
+    const std::string chance = "About " + std::to_string(keys.size()) + " of the " +
+                               std::to_string(90 * keys.size()) + " points assessed";
+    EXPECT_NE(shown["footnotes"].dump().find(chance), std::string::npos) << shown["footnotes"].dump();
+  }
 }
 
 TEST_F(OutputStage, BadConfigurationsAreReportedAndNothingIsWritten) {
