@@ -83,6 +83,16 @@ class TsRunnerTest : public ::testing::Test {
     ts_ = std::make_unique<TSRunner>(*tsdp_, *runner_, *source_, context_, &spec_.fieldsGroups);
   }
 
+  // The steps of the entry after reading: conversion, data checks, preparation, the sequence.
+  void RunSteps() {
+    ASSERT_TRUE(tsdp_->ConvertTimeStrings());
+    ASSERT_TRUE(CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_.GetParserMessage(),
+                                  nullptr));
+    ASSERT_TRUE(tsdp_->RunTSDP());
+    ASSERT_TRUE(ts_->Run()) << document_.Messages().size();
+    EXPECT_FALSE(HasError());
+  }
+
   bool HasError() const {
     for (const auto* message : document_.Messages()) {
       if (message->severity == host::Severity::Error) return true;
@@ -143,12 +153,7 @@ TEST_F(TsRunnerTest, ModelSequenceBuildsScoresAndSaves) {
   Open("/BUILDOPTIONS FORECASTPERIODS=3 /TARGETFILTER DISPLAY=ALLTARGETS "
        "/SAVE PREDICTED FORECASTFLAG /OUTFILE MODELSYSTEM='" + model.string() + "' DATA='" +
        saved.string() + "' /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price");
-  ASSERT_TRUE(tsdp_->ConvertTimeStrings());
-  ASSERT_TRUE(CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_.GetParserMessage(),
-                                nullptr));
-  ASSERT_TRUE(tsdp_->RunTSDP());
-  ASSERT_TRUE(ts_->Run()) << document_.Messages().size();
-  EXPECT_FALSE(HasError());
+  ASSERT_NO_FATAL_FAILURE(RunSteps());
   // The model system is where OUTFILE said, with its graph; the ranked targets decode to the
   // true values of the series.
   ZipReader reader(model.string());
@@ -178,12 +183,7 @@ TEST_F(TsRunnerTest, SequenceWithoutScoringAndTheBestFitTargets) {
        "' /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price");
   ASSERT_FALSE(spec_.needsScoring());
   ASSERT_TRUE(ts_->NeedsSaving());
-  ASSERT_TRUE(tsdp_->ConvertTimeStrings());
-  ASSERT_TRUE(CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_.GetParserMessage(),
-                                nullptr));
-  ASSERT_TRUE(tsdp_->RunTSDP());
-  ASSERT_TRUE(ts_->Run());
-  EXPECT_FALSE(HasError());
+  ASSERT_NO_FATAL_FAILURE(RunSteps());
   for (const char* trace : {"TCMMODEL_MODELING.asl", "TCMMODEL_DATA_FOR_SAVE.asl",
                             "TCMMODEL_DATA_FOR_OUTPUT.asl"}) {
     EXPECT_TRUE(fs::exists(dir_->path() / trace)) << trace;
@@ -220,12 +220,7 @@ TEST_F(TsRunnerTest, RootCausesReuseTheDetectionOfAllTargetsOrRunTheirOwn) {
          " /FIELDSGROUP /FIELDS TARGETS=sales INPUTS=price");
     ASSERT_EQ(spec_.needsOutlierDetection(), c.reused);
     ASSERT_TRUE(spec_.needsRootCause());
-    ASSERT_TRUE(tsdp_->ConvertTimeStrings());
-    ASSERT_TRUE(CheckPreparedData(spec_, *runner_, *tsdp_, *source_, context_.GetParserMessage(),
-                                  nullptr));
-    ASSERT_TRUE(tsdp_->RunTSDP());
-    ASSERT_TRUE(ts_->Run());
-    EXPECT_FALSE(HasError());
+    ASSERT_NO_FATAL_FAILURE(RunSteps());
     EXPECT_EQ(fs::exists(dir_->path() / "TCMMODEL_OD.asl"), c.reused);
     EXPECT_EQ(fs::exists(dir_->path() / "TCMMODEL_OD_FOR_RCA.asl"), !c.reused);
     // At a threshold of one half both regions' sales have outliers, and each is explained.
