@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build and the tests need. Quiet and quick when all is there.
 set -euo pipefail
-packages=(cmake ninja-build g++ make nlohmann-json3-dev libpugixml-dev libzip-dev libeigen3-dev
+packages=(cmake ninja-build g++ make nlohmann-json3-dev libpugixml-dev libzip-dev zlib1g-dev libeigen3-dev
           libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev)
 # `make fuzz` builds with clang and links libFuzzer, whose runtime comes with clang's runtime
 # libraries of the same version; only that target asks for them.

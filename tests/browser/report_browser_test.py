@@ -19,6 +19,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 
 SKIP = 77
 
@@ -107,11 +108,15 @@ def check_model_report(driver, check, page, screenshots):
         " function (f) { return f.offsetParent !== null; }).map(function (f) {"
         " return f.scrollWidth <= f.clientWidth + 1; });")
     check("the graphs fit their frames", fits and all(fits), fits[:5])
-    # A series plot with its forecast, opened and brought into view.
+    # Collapsed sections are drawn when opened: the page loads light.
+    loaded = driver.run("return [document.getElementsByTagName('*').length,"
+                        " document.querySelectorAll('noscript.deferred').length]")
+    check("collapsed sections wait to be opened", loaded[1] > 0 and loaded[0] < 15000, loaded)
+    # A series plot with its forecast, its section opened as a reader does, brought into view.
     driver.run(
+        "Array.prototype.find.call(document.querySelectorAll('section.collapsed > .section-title'),"
+        " function (t) { return t.textContent.indexOf('Observed and Predicted') >= 0; }).click();"
         "var chart = document.querySelector('svg.line-chart rect.forecast').closest('svg.line-chart');"
-        "for (var s = chart.closest('section.collapsed'); s; s = chart.closest('section.collapsed'))"
-        "  s.querySelector(':scope > .section-title').click();"
         "chart.id = 'chart-under-test'; chart.scrollIntoView({block: 'center', behavior: 'instant'});")
     share = driver.run(
         "var plot = document.querySelector('#chart-under-test svg.plot'), view = plot.viewBox.baseVal;"
@@ -122,6 +127,34 @@ def check_model_report(driver, check, page, screenshots):
     tip = driver.run("var t = document.querySelector('.tooltip'); return [t.hidden, t.textContent];")
     check("hovering a series plot shows the values of a day",
           not tip[0] and any(ch.isdigit() for ch in tip[1]) and "20" in tip[1], tip)
+    # The whole history is one click away, its values read as the recent ones are.
+    driver.run("document.querySelector('#chart-under-test').parentNode"
+               ".querySelectorAll('.chart-views .tab')[1].click()")
+    time.sleep(0.3)  # the whole paths come from the page's store, opened on first use
+    # Near the plot's left edge (64 of the chart's 760 units), past the first lags; offsets from the centre.
+    chart = driver.find("#chart-under-test")
+    driver.hover(chart, int(chart.size["width"] * (80 / 760.0 - 0.5)), 0)
+    tip = driver.run("return document.querySelector('.tooltip').textContent")
+    check("the whole history shows its first days", tip.startswith("2023-01") and "Observed: " in tip
+          and "Observed: \u2013" not in tip, tip)
+    # A root cause figure shows a cause's plot when its node is chosen.
+    driver.run(
+        "Array.prototype.find.call(document.querySelectorAll('section.collapsed > .section-title'),"
+        " function (t) { return t.textContent.indexOf('Outlier Root Cause Analysis') === 0"
+        "  && t.textContent.indexOf('Table') < 0; }).click();"
+        "var figure = document.querySelector('.figure.root-cause-analysis');"
+        "figure.id = 'rca-under-test'; figure.scrollIntoView({block: 'center', behavior: 'instant'});"
+        "figure.querySelectorAll('.tree-node:not(.root)')[0].dispatchEvent(new MouseEvent('click', {bubbles: true}));")
+    time.sleep(0.5)
+    plot = driver.run(
+        "var shown = Array.prototype.filter.call(document.querySelectorAll('#rca-under-test .impact-plot'),"
+        " function (p) { return !p.hidden; });"
+        "return shown.map(function (p) { return [p.getAttribute('data-series'),"
+        " p.querySelectorAll('svg.line-chart path.line').length]; });")
+    chosen = driver.run("return document.querySelector('#rca-under-test .tree-node:not(.root)')"
+                        ".getAttribute('data-series')")
+    check("choosing a cause shows its plot", len(plot) == 1 and plot[0][0] == chosen and plot[0][1] >= 1,
+          [chosen, plot])
     if screenshots:
         driver.screenshot(driver.find("#chart-under-test"), os.path.join(screenshots, "series-forecast.png"))
         driver.go("file://" + page)

@@ -338,7 +338,7 @@ std::string RenderDistributionHtml(const Distribution& figure) {
   return html + "</div>";
 }
 
-std::string RenderImpactHtml(const ImpactDiagram& diagram) {
+std::string RenderImpactHtml(const ImpactDiagram& diagram, PageStore* store) {
   std::vector<std::pair<std::string, std::string>> panes;
   for (const auto& tree : diagram.trees) {
     panes.emplace_back(tree.direction, Word(tree.direction == "effects" ? "Output.Effects" : "Output.Causes"));
@@ -434,9 +434,15 @@ std::string RenderImpactHtml(const ImpactDiagram& diagram) {
       LineChart chart;
       std::string problem;
       if (!ReadLineChart(payload, chart, problem)) continue;
-      html << "<figure class=\"impact-plot\" data-series=\"" << E(series) << "\"" << (first ? "" : " hidden")
-           << "><figcaption>" << E(series) << "</figcaption><div class=\"chart-frame\">" << RenderLineChartSvg(chart)
-           << "</div></figure>";
+      const std::string plot = "<figcaption>" + E(series) + "</figcaption><div class=\"chart-frame\">" +
+                               RenderLineChartSvg(chart, store) + "</div>";
+      html << "<figure class=\"impact-plot\" data-series=\"" << E(series) << "\"";
+      if (first || store == nullptr) {
+        html << (first ? "" : " hidden") << ">" << plot;
+      } else {
+        html << " data-plot=\"" << store->Add(plot) << "\" hidden>";
+      }
+      html << "</figure>";
       first = false;
     }
     html << "</div>";

@@ -9,6 +9,7 @@
 
 #include "host/output/chart_model.h"
 #include "host/output/graph_svg.h"
+#include "host/output/page_store.h"
 
 namespace host {
 
@@ -27,7 +28,9 @@ std::string Shorten(const std::string& text, std::size_t most = 30);
 std::string RenderDistributionHtml(const Distribution& figure);
 
 // Impact trees, one <svg class="tree"> per direction with tabs between them, and the series
-// plots of the payload, shown when a node is chosen.
-std::string RenderImpactHtml(const ImpactDiagram& diagram);
+// plots of the payload, shown when a node is chosen. The first plot is drawn in the figure, so
+// that the page shows it without script; with a store, the others go there (root cause figures
+// repeat the same ancestors' plots, and without script they could not be chosen anyway).
+std::string RenderImpactHtml(const ImpactDiagram& diagram, PageStore* store = nullptr);
 
 } // namespace host

@@ -50,6 +50,8 @@ std::string Words(const std::string &key, const std::vector<std::string> &args) 
 // A heading with more objects than this starts collapsed: at hundreds of series its list would
 // bury everything after it. The summary and the contents lead to what is inside.
 constexpr std::size_t kCollapseAbove = 12;
+// The rows a long table shows before the reader asks for the rest.
+constexpr std::size_t kRowsShown = 100;
 
 bool IsObject(const OutputNode &node) {
   return node.kind != NodeKind::Procedure && node.kind != NodeKind::Heading &&
@@ -147,6 +149,7 @@ public:
   std::string outline;
   std::string body;
   GraphDataStore graphs;  // the data of the page's model system graphs, each once
+  PageStore store;        // what only the script uses, each once
 
 private:
   const std::string &IdOf(const OutputNode &node) const { return index_.ids.at(&node); }
@@ -181,6 +184,7 @@ private:
 
   const DocumentIndex &index_;
   std::string shown_title_;  // the contents' form of the object being drawn
+  bool deferring_ = false;   // drawing inside a collapsed section's deferred body
 };
 
 void HtmlWriter::Node(const OutputNode &node, int depth) {
@@ -230,7 +234,19 @@ void HtmlWriter::Container(const OutputNode &node, int depth) {
   if (collapsed)
     body += " <span class=\"section-count\">" + Words("Output.SectionCount", {std::to_string(objects)}) + "</span>";
   body += "</h" + std::to_string(level) + "><div class=\"section-body\">";
+  // What a collapsed section holds stays text until the reader opens it (a <noscript> is text
+  // to a page with script, markup to one without): hundreds of figures cost nothing at load.
+  // Its inner sections are drawn with it, as a <noscript> cannot hold another.
+  const bool defer = collapsed && !deferring_;
+  if (defer) {
+    deferring_ = true;
+    body += "<noscript class=\"deferred\">";
+  }
   Children(node, procedure ? 0 : depth + 1);
+  if (defer) {
+    body += "</noscript>";
+    deferring_ = false;
+  }
   body += "</div></section>";
   outline += "</ul></li>";
 }
@@ -302,23 +318,32 @@ void HtmlWriter::TableObject(const OutputNode &node, const char *css_class) {
     body += "<span class=\"caption-sub\">" + Escape(table.title) + "</span>";
   }
   body += "</caption>";
+  std::string head;  // repeated by the held-back rows' own table
   if (!table.column_labels.empty()) {
-    body += "<thead><tr>";
+    head += "<thead><tr>";
     if (row_header) {
-      body += "<th class=\"corner\" scope=\"col\">" +
+      head += "<th class=\"corner\" scope=\"col\">" +
               (corner ? Escape(table.column_labels[0]) : std::string()) + "</th>";
     }
     for (std::size_t c = 0; c < columns; ++c) {
       const std::size_t at = first_label + c;
-      body += "<th scope=\"col\">" +
+      head += "<th scope=\"col\">" +
               (at < table.column_labels.size() ? EscapeLines(table.column_labels[at]) : std::string()) +
               "</th>";
     }
-    body += "</tr></thead>";
+    head += "</tr></thead>";
   }
+  body += head;
   body += "<tbody>";
   const std::size_t rows = std::max(table.rows.size(), table.row_labels.size());
+  // A table of thousands of rows (every series of a large system) shows its first page; the
+  // rest stays text until asked for. Within a deferred section the whole table is text anyway.
+  const std::size_t shown = rows > kRowsShown + kRowsShown / 2 && !deferring_ ? kRowsShown : rows;
   for (std::size_t r = 0; r < rows; ++r) {
+    if (r == shown) {
+      body += "</tbody></table><noscript class=\"more-rows\" data-rows=\"" + std::to_string(rows) +
+              "\"><table class=\"" + std::string(css_class) + " continued\">" + head + "<tbody>";
+    }
     body += "<tr>";
     if (row_header) {
       body += "<th scope=\"row\">" +
@@ -336,6 +361,8 @@ void HtmlWriter::TableObject(const OutputNode &node, const char *css_class) {
     body += "</tr>";
   }
   body += "</tbody></table>";
+  if (shown < rows)
+    body += "</noscript>";
   if (!table.footnotes.empty()) {
     body += "<ol class=\"footnotes\">";
     for (const auto &footnote : table.footnotes)
@@ -393,13 +420,13 @@ std::string HtmlWriter::ChartObject(const OutputNode &node, std::vector<std::str
   std::string problem;
   std::string figure;
   if (ReadLineChart(node.payload, chart, problem)) {
-    figure = "<div class=\"chart-frame\">" + RenderLineChartSvg(chart) + "</div>";
+    figure = "<div class=\"chart-frame\">" + RenderLineChartSvg(chart, &store) + "</div>";
   } else if (ReadDistribution(node.payload, distribution, problem)) {
     figure = RenderDistributionHtml(distribution);
   } else if (ReadSystemGraph(node.payload, graph, problem)) {
     figure = RenderSystemGraphHtml(graph, graphs);
   } else if (ReadImpactDiagram(node.payload, impact, problem)) {
-    figure = RenderImpactHtml(impact);
+    figure = RenderImpactHtml(impact, &store);
   } else {
     figure = "<p class=\"unavailable\">" + Escape(Word("Output.UnknownChart")) + "</p>";
   }
@@ -587,9 +614,10 @@ std::string RenderHtml(const OutputDocument &document) {
                                     {"contents", Escape(contents)},
                                     {"search", Escape(Word("Output.Search"))},
                                     {"this_series", Escape(Word("Output.ThisSeries"))},
+                                    {"show_rows", Escape(Word("Output.ShowAllRows"))},
                                     {"style", std::string(kReportCss) + kFiguresCss},
                                     {"outline", "<ul class=\"tree\">" + writer.outline + "</ul>"},
-                                    {"content", writer.body + writer.graphs.Html()},
+                                    {"content", writer.body + writer.graphs.Html() + writer.store.Html()},
                                     {"script", std::string(kReportJs) + kFiguresJs}});
 }
 

@@ -404,7 +404,7 @@ void XTicks(std::ostringstream &svg, const std::vector<Tick> &ticks, std::size_t
 
 } // namespace
 
-std::string RenderLineChartSvg(const LineChart &chart) {
+std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   const std::size_t count = chart.x.size();
   const bool own_scales = NeedsOwnScales(chart);
   // Each line's grid; with own scales, each line's values standardised onto one z axis.
@@ -535,10 +535,37 @@ std::string RenderLineChartSvg(const LineChart &chart) {
     return top + plot_height * static_cast<double>(frame.Y(value) - row) / static_cast<double>(rows);
   };
 
+  // The paths of bands and lines. With a store, the page draws the recent view (from the point
+  // before it, so that lines enter from the edge) and the whole paths go to the store, for the
+  // script's whole-history view.
+  const std::size_t drawn_from = store != nullptr && recent > 0 ? recent - 1 : 0;
+  std::vector<std::string> band_paths, line_paths, whole_bands, whole_lines;
+  for (std::size_t s = 0; s < chart.series.size(); ++s) {
+    LineSeries shown = chart.series[s];
+    const std::string band = BandPath(grids[s].Coarser(), shown);
+    const std::string line = LinePath(grids[s], shown.y);
+    if (!band.empty())
+      whole_bands.push_back(band);
+    whole_lines.push_back(line);
+    for (auto *values : {&shown.y, &shown.lower, &shown.upper})
+      std::fill(values->begin(), values->begin() + static_cast<std::ptrdiff_t>(std::min(drawn_from, values->size())),
+                std::nullopt);
+    band_paths.push_back(drawn_from > 0 && !band.empty() ? BandPath(grids[s].Coarser(), shown) : band);
+    line_paths.push_back(drawn_from > 0 ? LinePath(grids[s], shown.y) : line);
+  }
+
   std::ostringstream svg;
   svg << "<svg class=\"chart line-chart" << (recent > 0 ? " view-recent" : "") << "\" viewBox=\"0 0 "
       << kWidth << ' ' << kHeight << "\" role=\"img\" preserveAspectRatio=\"xMidYMid meet\" data-n=\""
       << count << "\"";
+  if (drawn_from > 0) {
+    std::string joined;  // in the chart's order: the bands, then the lines
+    for (const auto *paths : {&whole_bands, &whole_lines}) {
+      for (const std::string &path : *paths)
+        joined += (joined.empty() ? "" : "\n") + path;
+    }
+    svg << " data-whole-paths=\"" << store->Add(joined) << "\"";
+  }
   // The x labels: a start, a step in seconds and a length when they are evenly spaced dates,
   // else the list.
   const std::vector<long long> times = TimesOf(chart.x);
@@ -620,7 +647,7 @@ std::string RenderLineChartSvg(const LineChart &chart) {
   }
   for (std::size_t s = 0; s < chart.series.size(); ++s) {
     const Grid coarse = grids[s].Coarser();
-    const std::string band = BandPath(coarse, chart.series[s]);
+    const std::string &band = band_paths[s];
     if (band.empty())
       continue;
     svg << "<path class=\"band\" fill=\"" << kPalette[s % std::size(kPalette)] << "\" data-s=\"" << s
@@ -632,7 +659,7 @@ std::string RenderLineChartSvg(const LineChart &chart) {
         << s << "\" data-name=\"" << EscapeMarkup(chart.series[s].name) << "\" data-v=\""
         << Compact(grids[s].high) << " " << Compact(grids[s].unit) << " "
         << DecimalsOf(grids[s], chart.series[s].y) << "\"" << transforms[s]
-        << " d=\"" << LinePath(grids[s], chart.series[s].y) << "\"/>";
+        << " d=\"" << line_paths[s] << "\"/>";
   }
   // A mark is a vertical line at its position, its label in data-label for the hover tip.
   for (const LineMark &mark : chart.marks) {

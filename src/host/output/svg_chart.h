@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/output/chart_data.h"
+#include "host/output/page_store.h"
 
 namespace host {
 
@@ -17,7 +18,9 @@ namespace host {
 // script reads them back for its hover layer. With a forecast, the plot opens on recent history
 // (the forecast a fifth of the width) and carries the ticks of both views. Lines on scales far
 // apart (the top inputs of a series) are standardised, each path keeping its own values. Every
-// text is escaped. A chart with no values gives the axes alone.
-std::string RenderLineChartSvg(const LineChart &chart);
+// text is escaped. A chart with no values gives the axes alone. With a store and a recent view,
+// the paths draw the recent view only and their whole form goes to the store, numbered by the
+// chart's data-whole-paths (the paths' texts in their order in the chart, one a line).
+std::string RenderLineChartSvg(const LineChart &chart, PageStore *store = nullptr);
 
 } // namespace host

@@ -4,8 +4,11 @@
 // the series plots of a root cause figure.
 #include <gtest/gtest.h>
 
+#include <zlib.h>
+
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <regex>
 
@@ -13,6 +16,7 @@
 #include "host/output/chart_data.h"
 #include "host/output/chart_model.h"
 #include "host/output/figure_svg.h"
+#include "host/output/page_store.h"
 #include "host/output/svg_chart.h"
 
 namespace host {
@@ -115,6 +119,47 @@ Carried Read(const std::string &svg, std::size_t series) {
     }
   }
   return out;
+}
+
+// The texts of a page store, opened as the page's script opens it: base64, zlib, JSON.
+std::vector<std::string> OpenStore(const std::string &html) {
+  const std::string open = "id=\"page-store\">";
+  const auto from = html.find(open) + open.size();
+  const std::string base64 = html.substr(from, html.find("</script>", from) - from);
+  std::string packed;
+  unsigned bits = 0;
+  int count = 0;
+  for (const char c : base64) {
+    const char *digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const char *at = std::strchr(digits, c);
+    if (c == '=' || at == nullptr)
+      break;
+    bits = bits << 6 | static_cast<unsigned>(at - digits);
+    if ((count += 6) >= 8) {
+      count -= 8;
+      packed += static_cast<char>((bits >> count) & 0xFF);
+    }
+  }
+  std::string plain(1 << 24, '\0');
+  uLongf size = plain.size();
+  EXPECT_EQ(uncompress(reinterpret_cast<Bytef *>(plain.data()), &size,
+                       reinterpret_cast<const Bytef *>(packed.data()), packed.size()),
+            Z_OK);
+  plain.resize(size);
+  return nlohmann::json::parse(plain).get<std::vector<std::string>>();
+}
+
+// The chart with its paths' d replaced, in order, by the lines of `whole`.
+std::string WithWholePaths(std::string chart, const std::string &whole) {
+  std::istringstream lines(whole);
+  std::size_t at = 0;
+  for (std::string path; std::getline(lines, path);) {
+    at = chart.find(" d=\"", chart.find("data-v=\"", at));
+    const auto end = chart.find('"', at + 4);
+    chart.replace(at + 4, end - at - 4, path);
+    at += 4 + path.size();
+  }
+  return chart;
 }
 
 // `count` days from 2024-01-01, as "YYYY-MM-DD".
@@ -352,13 +397,32 @@ TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
   ImpactDiagram diagram;
   std::string problem;
   ASSERT_TRUE(ReadImpactDiagram(payload, diagram, problem)) << problem;
-  const std::string html = RenderImpactHtml(diagram);
+  // Drawn alone, and on a page with a store: there the second plot waits in the store and each
+  // chart draws its recent view, its whole paths stored. The script's reading must be the same.
+  for (const bool paged : {false, true}) {
+  SCOPED_TRACE(paged ? "with a page store" : "alone");
+  PageStore store;
+  const std::string html = RenderImpactHtml(diagram, paged ? &store : nullptr);
   ASSERT_NE(html.find("root-cause-analysis"), npos);
+  const std::vector<std::string> stored = paged ? OpenStore(store.Html()) : std::vector<std::string>{};
 
   const std::string plots = html.substr(html.find("<div class=\"impact-plots\""));
   std::vector<std::string> figures;
-  for (auto at = plots.find("<figure"); at != npos; at = plots.find("<figure", at + 1))
-    figures.push_back(plots.substr(at, plots.find("</figure>", at) - at));
+  for (auto at = plots.find("<figure"); at != npos; at = plots.find("<figure", at + 1)) {
+    std::string figure = plots.substr(at, plots.find("</figure>", at) - at);
+    if (const std::string number = Attribute(figure, "data-plot"); !number.empty()) {
+      EXPECT_EQ(figure.find("<svg"), npos);  // nothing drawn before it is chosen
+      figure += stored.at(std::stoul(number));
+    }
+    if (const std::string number = Attribute(figure, "data-whole-paths"); !number.empty()) {
+      // The page draws the recent view: from the point before it (349 - 1) to the end.
+      for (std::size_t s = 0; s < 2; ++s)
+        EXPECT_EQ(Read(figure, s).values.begin()->first, 348) << s;
+      figure = WithWholePaths(figure, stored.at(std::stoul(number)));
+    }
+    EXPECT_EQ(paged, figure.find("data-whole-paths") != npos || figure.find("data-plot") != npos);
+    figures.push_back(figure);
+  }
   ASSERT_EQ(figures.size(), 2u);
   for (const auto &figure : figures) {
     const std::string series = Attribute(figure, "data-series");
@@ -386,6 +450,7 @@ TEST(ImpactSvg, RootCausePlotsCarryTheirValuesAsPathsOnly) {
       EXPECT_EQ(Attribute(marks[0], "data-label"), "Outlier");
       EXPECT_NE(figure.find("<text class=\"legend\" x=\"20\">Outlier</text>"), npos);
     }
+  }
   }
 }
 

@@ -387,6 +387,58 @@ TEST(Contents, EntriesShowTheDistinguishingPartFirst) {
     EXPECT_EQ(DistinguishingTitles(c.titles), c.shown);
 }
 
+// What waits as text until the reader asks for it: a collapsed section's whole body (a long
+// table in it included: a <noscript> cannot hold another), and the rows of a long table beyond
+// its first hundred, which keep their order and come with the table's header.
+TEST(Deferred, CollapsedSectionsAndLongTablesWaitAsText) {
+  struct Case {
+    const char *name;
+    std::size_t rows;
+    bool collapsed;  // the heading holds more objects than are shown open
+    std::size_t shown, held_back;
+  };
+  const Case cases[] = {{"a long table", 400, false, 100, 300},
+                        {"a table just too short to split", 150, false, 150, 0},
+                        {"a long table in a collapsed section", 400, true, 0, 0}};
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.name);
+    OutputDocument document;
+    OutputNode &heading = document.root.AddChild(NodeKind::Procedure, "P")->FindOrMakeHeading("Outliers");
+    Table &table = heading.AddChild(NodeKind::Table, "Series with Outliers")->table;
+    table.column_labels = {"Series", "Outliers"};
+    for (std::size_t r = 0; r < c.rows; ++r) {
+      table.row_labels.push_back("series-" + std::to_string(r));
+      table.rows.push_back({NumberCell(static_cast<double>(r), 0)});
+    }
+    for (int k = 0; c.collapsed && k < 13; ++k)
+      heading.AddChild(NodeKind::Text, "t" + std::to_string(k))->lines = {"x"};
+    const std::string page = RenderHtml(document);
+    const std::string html = page.substr(page.find("<main"), page.find("</main>") - page.find("<main"));
+
+    const std::size_t deferred = html.find("<noscript class=\"deferred\">");
+    EXPECT_EQ(deferred != std::string::npos, c.collapsed);
+    if (c.collapsed) {  // the whole body is the noscript's text, with no noscript inside
+      const std::string text = html.substr(deferred, html.find("</noscript>") - deferred);
+      EXPECT_EQ(Count(text, "<tr><th scope=\"row\">"), c.rows);
+      EXPECT_EQ(Count(text, "<noscript"), 1u);
+      EXPECT_EQ(html.find("series-0"), html.find("series-0", deferred));
+      continue;
+    }
+    const std::size_t more = html.find("<noscript class=\"more-rows\"");
+    const std::string open = html.substr(0, more);
+    EXPECT_EQ(Count(open, "<tr><th scope=\"row\">"), c.shown);
+    EXPECT_EQ(more != std::string::npos, c.held_back > 0);
+    if (more == std::string::npos)
+      continue;
+    const std::string rest = html.substr(more, html.find("</noscript>", more) - more);
+    EXPECT_NE(rest.find("data-rows=\"" + std::to_string(c.rows) + "\""), std::string::npos);
+    EXPECT_EQ(Count(rest, "<tr><th scope=\"row\">"), c.held_back);
+    EXPECT_NE(rest.find("<th scope=\"col\">Outliers</th>"), std::string::npos);
+    EXPECT_LT(rest.find("series-" + std::to_string(c.shown) + "<"), rest.find("series-" + std::to_string(c.rows - 1) + "<"));
+    EXPECT_EQ(open.find("series-" + std::to_string(c.shown) + "<"), std::string::npos);
+  }
+}
+
 // The page opens on the summary (quality, best and worst models, warnings, the top models'
 // graph), then the procedure's sections in the plan's order, the review collapsed.
 TEST(Summary, LeadsThePageAndThePlanFollowsInOrder) {
@@ -413,7 +465,7 @@ TEST(Summary, LeadsThePageAndThePlanFollowsInOrder) {
   warning->message.text = "careful here";
 
   const std::string page = RenderHtml(document);
-  const std::string html = page.substr(page.find("<main"));
+  const std::string html = page.substr(page.find("<main"), page.find("</main>") - page.find("<main"));
   const auto at = [&](const std::string &piece) { return html.find(piece); };
   const std::string words[] = {"id=\"summary\"", "R Square</a>", "good</a>", "poor</a>",
                                "careful here</a>", "class=\"section-title\">Temporal Causal",

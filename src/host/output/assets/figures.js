@@ -13,8 +13,9 @@
     tip.style.left = x + "px";
     tip.style.top = y + "px";
   }
-  if (tip) {
-    document.querySelectorAll(".figure [data-tip]").forEach(function (item) {
+  function setupTips(root) {
+    if (!tip) return;
+    root.querySelectorAll(".figure [data-tip]").forEach(function (item) {
       item.addEventListener("mouseenter", function () {
         tip.textContent = item.getAttribute("data-tip");
         tip.hidden = false;
@@ -22,6 +23,22 @@
       item.addEventListener("mousemove", placeTip);
       item.addEventListener("mouseleave", function () { tip.hidden = true; });
     });
+  }
+
+  // The page store (#page-store: base64 of a zlib-compressed JSON array of texts): what only
+  // the script uses, such as whole histories and plots shown on request; opened on first use.
+  var stored = null;
+  function pageStore() {
+    if (!stored) {
+      var element = document.getElementById("page-store");
+      stored = !element || !window.DecompressionStream ? Promise.resolve([]) : Promise.resolve().then(function () {
+        var binary = atob(element.textContent.trim()), bytes = new Uint8Array(binary.length);
+        for (var i = 0; i < binary.length; i++) bytes[i] = binary.charCodeAt(i);
+        var stream = new Blob([bytes]).stream().pipeThrough(new DecompressionStream("deflate"));
+        return new Response(stream).text().then(JSON.parse);
+      }).catch(function () { return []; });
+    }
+    return stored;
   }
 
   // Line charts. Each path is whole numbers on the chart's grid: "M" starts a stretch at an
@@ -84,10 +101,25 @@
       return new Date((start + i * step) * 1000).toISOString().replace("T", " ").slice(0, length);
     };
   }
+  // A chart drawn for its recent view keeps its whole paths in the page store.
+  function wholePaths(svg) {
+    if (!svg.hasAttribute("data-whole-paths")) return Promise.resolve(false);
+    return pageStore().then(function (list) {
+      var texts = list[Number(svg.getAttribute("data-whole-paths"))];
+      if (!svg.hasAttribute("data-whole-paths") || typeof texts !== "string") return false;
+      texts = texts.split("\n");
+      svg.querySelectorAll("svg.plot path[data-v]").forEach(function (path, k) {
+        if (k < texts.length) path.setAttribute("d", texts[k]);
+      });
+      svg.removeAttribute("data-whole-paths");
+      return true;
+    });
+  }
   function setupLineChart(svg) {
     var plot = svg.querySelector("svg.plot");
     var count = Number(svg.getAttribute("data-n"));
-    if (!plot || !count) return;
+    if (!plot || !count || svg.dataset.ready) return;
+    svg.dataset.ready = "1";
     var data = null, labelAt = xLabels(svg), ns = svg.namespaceURI;
     var cursor = document.createElementNS(ns, "path");
     cursor.setAttribute("class", "cursor");
@@ -149,18 +181,20 @@
       button.className = "tab" + (k === 0 ? " active" : "");
       button.textContent = word;
       button.addEventListener("click", function () {
-        plot.setAttribute("viewBox", svg.getAttribute(k === 0 ? "data-recent" : "data-whole"));
-        svg.classList.toggle("view-recent", k === 0);
-        bar.querySelectorAll(".tab").forEach(function (other) { other.classList.toggle("active", other === button); });
+        wholePaths(svg).then(function (changed) {
+          if (changed) data = null;
+          plot.setAttribute("viewBox", svg.getAttribute(k === 0 ? "data-recent" : "data-whole"));
+          svg.classList.toggle("view-recent", k === 0);
+          bar.querySelectorAll(".tab").forEach(function (other) { other.classList.toggle("active", other === button); });
+        });
       });
       bar.appendChild(button);
     });
     svg.parentNode.insertBefore(bar, svg);
   }
-  document.querySelectorAll("svg.line-chart").forEach(setupLineChart);
 
   // Tabs: a button shows the pane of its name within its own figure.
-  document.querySelectorAll(".figure .tabs").forEach(function (bar) {
+  function setupTabs(bar) {
     var figure = bar.parentElement;
     bar.querySelectorAll(".tab").forEach(function (button) {
       button.addEventListener("click", function () {
@@ -172,10 +206,20 @@
         });
       });
     });
-  });
+  }
+
+  function fillPlot(plot) {
+    if (!plot.hasAttribute("data-plot") || plot.firstChild) return;
+    pageStore().then(function (list) {
+      if (plot.firstChild) return;
+      plot.innerHTML = list[Number(plot.getAttribute("data-plot"))] || "";
+      setupTips(plot);
+      plot.querySelectorAll("svg.line-chart").forEach(setupLineChart);
+    });
+  }
 
   // Impact trees: a chosen series shows its plot.
-  document.querySelectorAll(".figure.impact").forEach(function (figure) {
+  function setupImpact(figure) {
     var plots = figure.querySelectorAll(".impact-plot");
     if (!plots.length) return;
     figure.querySelectorAll(".tree-node").forEach(function (node) {
@@ -184,6 +228,7 @@
         plots.forEach(function (plot) {
           var match = plot.getAttribute("data-series") === name;
           plot.hidden = !match;
+          if (match) fillPlot(plot);
           found = found || match;
         });
         figure.querySelectorAll(".tree-node.chosen").forEach(function (other) {
@@ -192,7 +237,7 @@
         if (found) node.classList.add("chosen");
       });
     });
-  });
+  }
 
   // ---------------------------------------------------------------- model system graph
   // Every graph figure names its data (one JSON data element per graph on the
@@ -606,5 +651,15 @@
     });
     draw();
   }
-  document.querySelectorAll(".figure.system-graph").forEach(setupGraph);
+
+  // Every figure of a root: the page at load, then each section's markup as it is drawn.
+  function setupFigures(root) {
+    setupTips(root);
+    root.querySelectorAll("svg.line-chart").forEach(setupLineChart);
+    root.querySelectorAll(".figure .tabs").forEach(setupTabs);
+    root.querySelectorAll(".figure.impact").forEach(setupImpact);
+    root.querySelectorAll(".figure.system-graph").forEach(setupGraph);
+  }
+  setupFigures(document);
+  document.addEventListener("content-added", function (event) { setupFigures(event.target); });
 })();

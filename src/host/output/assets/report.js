@@ -1,16 +1,79 @@
-// Behaviour of the report page: collapsed sections, a contents pane that can be searched and
-// follows the reader, links between one series' objects, and chart tips.
+// Behaviour of the report page: collapsed sections drawn when first opened, long tables
+// completed on request, a contents pane that can be searched and follows the reader, links
+// between one series' objects, and chart tips.
 //
-// A collapsed section (section.collapsed) that opens for the first time receives the event
-// "section-open" (bubbling), so that a script can draw what it holds only then; an element is
-// hidden while element.closest("section.collapsed") is not null.
+// A collapsed section keeps what it holds as the text of a <noscript class="deferred"> until
+// it first opens; the markup then put in place receives the event "content-added" (bubbling),
+// on which the figures' script sets up what arrived. An element is hidden while
+// element.closest("section.collapsed") is not null.
 (function () {
   "use strict";
   document.documentElement.classList.add("js");
 
+  // ---- Deferred markup ----
+  function parse(holder) {
+    var template = document.createElement("template");
+    template.innerHTML = holder.textContent;
+    return template.content;
+  }
+  function materialise(holder) {
+    var parent = holder.parentNode;
+    if (!parent) return;
+    parent.replaceChild(parse(holder), holder);
+    parent.dispatchEvent(new CustomEvent("content-added", { bubbles: true }));
+  }
+  function materialiseIn(section) {
+    section.querySelectorAll(":scope > .section-body > noscript.deferred").forEach(materialise);
+  }
+  // The element of an id, drawing the deferred section that holds it first.
+  function element(id) {
+    var found = document.getElementById(id);
+    if (found) return found;
+    var key = 'id="' + id + '"';
+    var holders = document.querySelectorAll("noscript.deferred");
+    for (var i = 0; i < holders.length; i++) {
+      if (holders[i].textContent.indexOf(key) < 0) continue;
+      materialise(holders[i]);
+      return document.getElementById(id);
+    }
+    return null;
+  }
+  // A printed page shows everything.
+  window.addEventListener("beforeprint", function () {
+    document.querySelectorAll("noscript.deferred").forEach(materialise);
+    document.querySelectorAll("noscript.more-rows").forEach(function (holder) {
+      if (holder.previousElementSibling) holder.previousElementSibling.click();
+    });
+  });
+
+  // ---- Long tables: the held-back rows join the table on request ----
+  var showRows = (document.querySelector(".report") || document.body).dataset.showRows || "%1";
+  function offerRows(root) {
+    root.querySelectorAll("noscript.more-rows").forEach(function (holder) {
+      var table = holder.previousElementSibling;
+      if (!table || table.tagName !== "TABLE" || holder.dataset.offered) return;
+      holder.dataset.offered = "1";
+      var button = document.createElement("button");
+      button.type = "button";
+      button.className = "more-rows";
+      button.textContent = showRows.replace("%1", Number(holder.dataset.rows).toLocaleString("en"));
+      button.addEventListener("click", function () {
+        var rows = parse(holder).querySelectorAll("tbody > tr");
+        var body = table.tBodies[table.tBodies.length - 1];
+        rows.forEach(function (row) { body.appendChild(row); });
+        holder.remove();
+        button.remove();
+      });
+      holder.parentNode.insertBefore(button, holder);
+    });
+  }
+  offerRows(document);
+  document.addEventListener("content-added", function (event) { offerRows(event.target); });
+
   // ---- Collapsed sections ----
   function open(section) {
     if (!section.classList.contains("collapsed")) return;
+    materialiseIn(section);
     section.classList.remove("collapsed");
     if (section.dataset.opened) return;
     section.dataset.opened = "1";
@@ -39,7 +102,7 @@
   });
   // A link to an object in a collapsed section opens the section first.
   function go(id) {
-    var target = document.getElementById(id);
+    var target = element(id);
     if (!target) return false;
     reveal(target);
     // At once, not smoothly: links under captions appear as figures come into view and would
@@ -122,8 +185,13 @@
     var id = link.getAttribute("href").slice(1);
     if (!links[id]) links[id] = link;
   });
-  var targets = Array.prototype.filter.call(document.querySelectorAll(".report [id]"),
-    function (element) { return links[element.id]; });
+  var targets = [];
+  function findTargets() {
+    targets = Array.prototype.filter.call(document.querySelectorAll(".report [id]"),
+      function (element) { return links[element.id]; });
+  }
+  findTargets();
+  document.addEventListener("content-added", findTargets);
   var current = null;
   function mark(link) {
     if (!link || link === current) return;
@@ -167,12 +235,10 @@
 
   // ---- One series' objects ----
   // Under the caption of an object that names a series, links to the same series' objects
-  // elsewhere, labelled by their sections; made when the object first comes into view.
+  // elsewhere, labelled by their sections; made when the object first comes into view. Objects
+  // of sections not drawn yet are found in their sections' text.
   var report = document.querySelector(".report");
   var bySeries = {};
-  document.querySelectorAll(".report [data-series]").forEach(function (object) {
-    (bySeries[object.dataset.series] = bySeries[object.dataset.series] || []).push(object);
-  });
   function sectionTitle(object) {
     var section = object.parentElement && object.parentElement.closest("section");
     var title = section && section.querySelector(":scope > .section-title");
@@ -181,10 +247,20 @@
     var text = title.textContent;
     return (count ? text.slice(0, text.length - count.textContent.length) : text).trim();
   }
+  function note(series, id, label) {
+    (bySeries[series] = bySeries[series] || []).push({ id: id, label: label });
+  }
+  document.querySelectorAll(".report [data-series]").forEach(function (object) {
+    if (object.id) note(object.dataset.series, object.id, sectionTitle(object));
+  });
+  document.querySelectorAll("noscript.deferred").forEach(function (holder) {
+    var label = sectionTitle(holder), found, pattern = / id="([^"]+)" data-series="([^"]+)"/g;
+    while ((found = pattern.exec(holder.textContent))) note(found[2], found[1], label);
+  });
   function addLinks(object) {
     if (object.dataset.linked) return;
     object.dataset.linked = "1";
-    var others = bySeries[object.dataset.series].filter(function (other) { return other !== object; });
+    var others = (bySeries[object.dataset.series] || []).filter(function (other) { return other.id !== object.id; });
     if (!others.length) return;
     var line = document.createElement("nav");
     line.className = "series-links";
@@ -193,7 +269,7 @@
       if (i) line.appendChild(document.createTextNode(" \u00B7 "));
       var link = document.createElement("a");
       link.href = "#" + other.id;
-      link.textContent = sectionTitle(other) || other.id;
+      link.textContent = other.label || other.id;
       line.appendChild(link);
     });
     var caption = object.querySelector("figcaption, caption");
@@ -201,17 +277,20 @@
     else if (caption) caption.after(line);
     else object.insertBefore(line, object.firstChild);
   }
-  var grouped = Object.keys(bySeries).filter(function (key) { return bySeries[key].length > 1; });
-  if (grouped.length && "IntersectionObserver" in window) {
-    var seen = new IntersectionObserver(function (entries) {
-      entries.forEach(function (entry) {
-        if (!entry.isIntersecting) return;
-        addLinks(entry.target);
-        seen.unobserve(entry.target);
-      });
-    }, { rootMargin: "200px" });
-    grouped.forEach(function (key) { bySeries[key].forEach(function (object) { seen.observe(object); }); });
-  } else {
-    grouped.forEach(function (key) { bySeries[key].forEach(addLinks); });
+  function linkObjects(root) {
+    var objects = Array.prototype.filter.call(root.querySelectorAll("[data-series][id]"), function (object) {
+      return (bySeries[object.dataset.series] || []).length > 1;
+    });
+    if (!("IntersectionObserver" in window)) { objects.forEach(addLinks); return; }
+    objects.forEach(function (object) { seen.observe(object); });
   }
+  var seen = "IntersectionObserver" in window ? new IntersectionObserver(function (entries) {
+    entries.forEach(function (entry) {
+      if (!entry.isIntersecting) return;
+      addLinks(entry.target);
+      seen.unobserve(entry.target);
+    });
+  }, { rootMargin: "200px" }) : null;
+  linkObjects(report);
+  document.addEventListener("content-added", function (event) { linkObjects(event.target); });
 })();
