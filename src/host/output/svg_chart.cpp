@@ -539,11 +539,15 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   // before it, so that lines enter from the edge) and the whole paths go to the store, for the
   // script's whole-history view.
   const std::size_t drawn_from = store != nullptr && recent > 0 ? recent - 1 : 0;
+  // A band drawn anywhere keeps its element, so that the page's paths and the stored ones
+  // pair up in order.
   std::vector<std::string> band_paths, line_paths, whole_bands, whole_lines;
+  std::vector<bool> banded_series;
   for (std::size_t s = 0; s < chart.series.size(); ++s) {
     LineSeries shown = chart.series[s];
     const std::string band = BandPath(grids[s].Coarser(), shown);
     const std::string line = LinePath(grids[s], shown.y);
+    banded_series.push_back(!band.empty());
     if (!band.empty())
       whole_bands.push_back(band);
     whole_lines.push_back(line);
@@ -648,7 +652,7 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   for (std::size_t s = 0; s < chart.series.size(); ++s) {
     const Grid coarse = grids[s].Coarser();
     const std::string &band = band_paths[s];
-    if (band.empty())
+    if (!banded_series[s])
       continue;
     svg << "<path class=\"band\" fill=\"" << kPalette[s % std::size(kPalette)] << "\" data-s=\"" << s
         << "\" data-v=\"" << Compact(coarse.high) << " " << Compact(coarse.unit)
