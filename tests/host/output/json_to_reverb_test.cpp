@@ -349,28 +349,16 @@ TEST_F(ReportTest, HtmlDrawsEveryFigureKindInline) {
   }));
   const std::string html = RenderHtml(document_);
   const auto has = [&](const std::string& piece) { return html.find(piece) != std::string::npos; };
-  // Line chart with its band and forecast region.
-  EXPECT_TRUE(has("<svg class=\"chart line-chart"));
-  EXPECT_TRUE(has("<path class=\"band\""));
-  EXPECT_TRUE(has("<rect class=\"forecast\""));
-  // Histogram and dot plot.
-  EXPECT_TRUE(has("<svg class=\"chart histogram\""));
-  EXPECT_TRUE(has("<rect class=\"bar\""));
-  EXPECT_TRUE(has("<svg class=\"chart dotplot\""));
-  EXPECT_TRUE(has("<circle class=\"dot\""));
-  // The system graph: nodes, edges with their significance, controls.
-  EXPECT_TRUE(has("<svg class=\"graph\""));
-  EXPECT_TRUE(has("<g class=\"node target\""));
-  EXPECT_TRUE(has("class=\"graph-data\""));
-  EXPECT_TRUE(has("class=\"graph-sig\""));
-  EXPECT_TRUE(has("<option value=\"noInputs\""));
-  // Impact trees and the root cause marks.
-  EXPECT_TRUE(has("<svg class=\"tree causes\""));
-  EXPECT_TRUE(has("<svg class=\"tree effects\""));
-  EXPECT_TRUE(has("tree-node root-cause"));
-  // Tables: formats and nested headers.
-  EXPECT_TRUE(has("<td class=\"num\">5.5%</td>"));
-  EXPECT_TRUE(has("price-East<br>Forecast"));
+  // What a reader sees of each figure kind, drawn in the page.
+  const char* const drawn[] = {
+      "<svg class=\"chart line-chart", "<path class=\"band\"", "<rect class=\"forecast\"",  // series plot
+      "<svg class=\"chart histogram\"", "<rect class=\"bar\"",                            // histogram
+      "<svg class=\"chart dotplot\"", "<circle class=\"dot\"",                             // dot plot
+      "<svg class=\"graph\"", "<g class=\"node target\"", "class=\"graph-data\"",          // system graph
+      "class=\"graph-sig\"", "<option value=\"noInputs\"",
+      "<svg class=\"tree causes\"", "<svg class=\"tree effects\"", "tree-node root-cause",  // impact trees
+      "<td class=\"num\">5.5%</td>", "price-East<br>Forecast"};                             // table formats
+  for (const char* piece : drawn) EXPECT_TRUE(has(piece)) << piece;
   // Self-contained: nothing fetched from anywhere.
   for (const char* outside : {"http://", "https://", "src=", "url(", "@import", "//cdn", "<link"}) {
     EXPECT_FALSE(has(outside)) << outside;
