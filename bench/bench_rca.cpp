@@ -59,8 +59,8 @@ std::vector<std::size_t> TrueAncestors(const TrueSystem& truth, std::size_t targ
 
 // The data with an extra innovation of `size` in `source` at `row`, carried through the true
 // system (linear, so the response adds to the simulated path); returns that response.
-Eigen::MatrixXd Inject(const TrueSystem& truth, Eigen::MatrixXd& x, std::size_t source, Eigen::Index row,
-            double size) {
+Eigen::MatrixXd Inject(const TrueSystem& truth, Eigen::MatrixXd& x, std::size_t source,
+                       Eigen::Index row, double size) {
   const Eigen::Index n = x.cols();
   Eigen::MatrixXd effect = Eigen::MatrixXd::Zero(x.rows(), n);
   effect(row, static_cast<Eigen::Index>(source)) = size;

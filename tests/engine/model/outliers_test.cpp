@@ -255,7 +255,8 @@ TEST(Outliers, AnOwnShockHiddenByANoisyInputIsStillFlagged) {
   enum : std::size_t { kP, kTarget };
   const std::vector<std::vector<Term>> truth = {{{kP, 1, 0.3}}, {{kTarget, 1, 0.2}, {kP, 1, 1.0}}};
   const ModelSystem system = ModelOf(truth, 1, {kTarget});
-  const Eigen::MatrixXd history = Simulate(truth, {5.0, 1.0}, {{150, kTarget, 6}, {220, kP, 40}}, 5);
+  const Eigen::MatrixXd history =
+      Simulate(truth, {5.0, 1.0}, {{150, kTarget, 6}, {220, kP, 40}}, 5);
   const Innovations innovations = SystemInnovations(system, history, 2.58);
   const int steps = BaselineSteps(system, kTarget, 1);
   ASSERT_EQ(steps, 2);
