@@ -24,7 +24,9 @@ struct Innovations {
   Eigen::MatrixXd residual;  // T x series: observed - one-step prediction; NaN where none
   std::vector<double> scale; // per series; NaN for a series without an equation
 };
-// `cut` is the |z| beyond which an innovation is left out of its scale (flagged points).
+// `cut` is the |z| beyond which an innovation is left out of its scale (flagged points). A scale
+// is raised by sqrt(n / (n - k)) of its equation's fit, as residuals of the fitted rows understate
+// the innovations' spread.
 Innovations SystemInnovations(const ModelSystem& system, const Eigen::MatrixXd& history, double cut);
 
 // The target's row of the moving-average weights, psi(s, a) = Psi_s^{(y,a)} for s < steps,
@@ -38,10 +40,16 @@ struct TargetResponses {
 TargetResponses ResponsesOf(const ModelSystem& system, std::size_t target, int steps,
                             const std::vector<double>& scale);
 
-// The number of baseline steps for a depth of `generations` in the graph: generations x L + 1,
-// so that an innovation whose effect takes the longest path (every edge at lag L) still falls
-// after the baseline's origin.
-int BaselineSteps(const ModelSystem& system, int generations);
+// The lag at which an input acts, for the delay of the paths through it: its largest lag whose
+// coefficient is significant at `level`; the most significant one when none is (the block entered
+// the equation as a whole); without p values, its largest lag with a nonzero coefficient.
+int InputLag(const InputBlock& block, double level);
+
+// The number of baseline steps of `target` for a depth of `generations` in the graph: 1 + the
+// longest delay of a walk of at most `generations` input edges into the target, each edge at its
+// InputLag, so that an innovation whose effect takes any of those paths still falls after the
+// baseline's origin. 1 for a target without inputs.
+int BaselineSteps(const ModelSystem& system, std::size_t target, int generations);
 
 // A flagged row: its baseline steps and deviation from the baseline.
 struct FlaggedRow {
@@ -58,7 +66,9 @@ struct OutlierEvent {
   double observed = 0;
   double baseline = 0;    // the forecast of the peak made `steps` rows earlier
   double z = 0;           // (observed - baseline) / sqrt(Sigma(steps)_yy)
-  double probability = 0; // 2 Phi(|z|) - 1
+  // 1 - the smaller of 2 Phi(-|z|) / 0.9 and 2 Phi(-|innovation_z|) / 0.1 (weighted Bonferroni
+  // over the two tests); 2 Phi(|z|) - 1 when the baseline is one step back.
+  double probability = 0;
   // The target's own one-step innovation at the peak over its scale: an anomalous one says the
   // target's own equation could not explain the value; a normal one, that the deviation came
   // through its inputs.
@@ -75,9 +85,12 @@ struct OutlierScan {
   double expected_chance_flags = 0;
 };
 
-// Flags the rows of `target` whose probability of being an outlier reaches `threshold` against
-// the `steps`-step baseline. Flags next to one another, or within `steps` rows of one another
-// and caused mostly by the same innovation, form one event, reported at its largest |z|.
+// Flags the rows of `target` whose probability of being an outlier reaches `threshold`: the
+// observation against the baseline made as many steps earlier as `responses` has, or the
+// target's own one-step innovation, the two tests sharing the chance flags (a tenth to the
+// innovation's) so that a row is flagged by chance with probability at most 1 - threshold.
+// Flags next to one another, or within the baseline's steps of one another and caused mostly by
+// the same innovation, form one event, reported at its most improbable row.
 OutlierScan DetectOutliers(const ModelSystem& system, const Eigen::MatrixXd& history,
                            const Innovations& innovations, const TargetResponses& responses,
                            std::size_t target, double threshold);

@@ -99,7 +99,6 @@ struct Analysis {
   model::Innovations innovations;
   double threshold = 0.95;
   int generations = kDefaultGenerations;
-  int steps = 1;
 
   // A row's time as the output reads it: seconds for dates, the field values of cyclic data;
   // and as text for a person.
@@ -120,12 +119,12 @@ struct Analysis {
                                             : support::FormatIsoDateTime(seconds);
   }
 
-  Json Settings(std::size_t series) const {
+  Json Settings(std::size_t series, const model::TargetResponses& responses) const {
     return {{"targetTimeSeries", SeriesKey(data.system.series[series])},
             {"seriesID", data.system.series[series].id},
             {"threshold", threshold},
             {"oldestGeneration", generations},
-            {"baselineSteps", steps}};
+            {"baselineSteps", responses.psi.rows()}};
   }
 
   static Json Summary(const model::OutlierScan& scan) {
@@ -164,7 +163,6 @@ bool LoadAnalysis(const std::string& model_path, const Table& table, double thre
   analysis.data = std::move(*data);
   analysis.threshold = threshold;
   analysis.generations = generations;
-  analysis.steps = model::BaselineSteps(analysis.data.system, generations);
   analysis.history = model::SystemHistory(analysis.data.system, analysis.data.panel,
                                           analysis.data.panel_of_series);
   // Innovations flagged at the threshold stay out of their scale, but never fewer than the
@@ -177,8 +175,8 @@ bool LoadAnalysis(const std::string& model_path, const Table& table, double thre
 // The responses of a series, or a warning and false when it has no baseline.
 bool Responses(const Analysis& analysis, std::size_t series, const std::string& place,
                model::TargetResponses& responses, MessageQueue& messages) {
-  responses = model::ResponsesOf(analysis.data.system, series, analysis.steps,
-                                 analysis.innovations.scale);
+  const int steps = model::BaselineSteps(analysis.data.system, series, analysis.generations);
+  responses = model::ResponsesOf(analysis.data.system, series, steps, analysis.innovations.scale);
   const std::string& id = analysis.data.system.series[series].id;
   if (!responses.complete) {
     messages.Warning(place + "series '" + id +
@@ -289,7 +287,7 @@ class OutlierStage : public AnalysisStage {
       Json outliers = Json::array();
       for (const model::OutlierEvent& event : scan.events)
         outliers.push_back(analysis.OutlierEntry(event));
-      Json detection = {{"analysisSettings", analysis.Settings(equation.series)},
+      Json detection = {{"analysisSettings", analysis.Settings(equation.series, responses)},
                         {"summary", Analysis::Summary(scan)},
                         {"outliers", std::move(outliers)}};
       members.emplace_back(MemberName("outliers_", system.series[equation.series].id),
@@ -375,7 +373,7 @@ class RootCauseStage : public AnalysisStage {
       entry["rootCauses"] = std::move(causes);
       outliers.push_back(std::move(entry));
     }
-    Json settings = analysis.Settings(target);
+    Json settings = analysis.Settings(target, responses);
     settings["autoOutlierDetection"] = true;
     Json document = {{"rootCauseAnalysis",
                       {{"analysisSettings", std::move(settings)},
