@@ -3,6 +3,7 @@
 // (the outliers of one series with their root causes among its ancestors).
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "engine/model/distributions.h"
 #include "engine/model/outliers.h"
@@ -192,6 +193,16 @@ bool Responses(const Analysis& analysis, std::size_t series, const std::string& 
   return true;
 }
 
+// How extreme a series' strongest event is, on the scale of the larger of its two standardised
+// deviations (the baseline one and the own innovation's), which do not saturate as the
+// probability does.
+double MostExtreme(const std::vector<model::OutlierEvent>& events) {
+  double most = 0;
+  for (const model::OutlierEvent& event : events)
+    most = std::max({most, std::fabs(event.z), std::fabs(event.innovation_z)});
+  return most;
+}
+
 // One member per series; names are kept to characters that cannot end the member's key early.
 std::string MemberName(const std::string& prefix, const std::string& id) {
   std::string name = prefix + id;
@@ -269,6 +280,7 @@ class OutlierStage : public AnalysisStage {
       wanted = NamedSeries(system, *series_arrays_);
     }
     std::vector<std::pair<std::string, Json>> members;
+    std::vector<double> surprise;  // per member: the tail chance of its most extreme event
     std::size_t analysed = 0;
     for (const model::Equation& equation : system.equations) {
       if (!equation.is_target)
@@ -292,10 +304,19 @@ class OutlierStage : public AnalysisStage {
                         {"outliers", std::move(outliers)}};
       members.emplace_back(MemberName("outliers_", system.series[equation.series].id),
                            Json{{"outlierDetection", std::move(detection)}});
+      surprise.push_back(MostExtreme(scan.events));
     }
     if (analysed == 0)
       messages.Warning(place + "no target series of the model system is searched for outliers");
-    return WriteMembers(files_.output_path, members, place, messages);
+    // The most extreme series first: a reader that takes only the first members (root causes
+    // are sought for at most 30 series) then takes those most worth explaining.
+    std::vector<std::size_t> order(members.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return surprise[a] > surprise[b]; });
+    std::vector<std::pair<std::string, Json>> ordered;
+    for (std::size_t k : order) ordered.push_back(std::move(members[k]));
+    return WriteMembers(files_.output_path, ordered, place, messages);
   }
 
  private:

@@ -393,6 +393,17 @@ TEST_F(OutlierStages, ArchivesHoldTheSeriesWithOutliersAndTheOutputReadsThem) {
     for (const auto& [name, json] : members)
       names.push_back(name);
     EXPECT_EQ(names, c.members);
+    // The most extreme series come first in the archive: readers may take only the first ones.
+    double before = INFINITY;
+    auto archive = support::ZipArchiveReader::Open(Path("od.zip"));
+    ASSERT_TRUE(archive);
+    for (const support::ZipEntry& entry : archive->Entries()) {
+      double most = 0;
+      for (const support::Json& outlier : members.at(entry.name)["outlierDetection"]["outliers"])
+        most = std::max({most, std::fabs(outlier["z"].get<double>()), std::fabs(outlier["innovationZ"].get<double>())});
+      EXPECT_LE(most, before) << entry.name;
+      before = most;
+    }
     for (const auto& [name, json] : members) {
       const support::Json* key = support::FindPath(json, "outlierDetection.analysisSettings.targetTimeSeries");
       ASSERT_NE(key, nullptr);
