@@ -2,6 +2,7 @@
 // parameter estimates, forecasts, fit statistics and outliers.
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "engine/output/artifacts.h"
 #include "support/text.h"
@@ -310,9 +311,11 @@ Node SeriesWithOutliersTable(const OutputData& data, std::optional<int> keep,
   }
   if (!shown.empty()) {
     footnotes.push_back("Expected is the system's forecast of the point made several periods earlier.");
-    // The chance flags of the series listed: a series without outliers flags about as many.
+    // The chance flags of the series listed, said per series: the table may be shown one series
+    // a page, and a series without outliers flags about as many.
     double assessed = 0;
     double chance = 0;
+    std::set<double> lengths;
     for (const OutlierSummary& summary : data.outlier_summaries) {
       if (by_series[summary.series].empty() || !std::isfinite(summary.assessed) ||
           !std::isfinite(summary.expected_chance)) {
@@ -320,12 +323,18 @@ Node SeriesWithOutliersTable(const OutputData& data, std::optional<int> keep,
       }
       assessed += summary.assessed;
       chance += summary.expected_chance;
+      lengths.insert(summary.assessed);
     }
     if (assessed > 0) {
-      footnotes.push_back("About " + support::FormatNumber(std::round(chance)) + " of the " +
-                          support::FormatNumber(assessed) +
-                          " points assessed are flagged by chance at this threshold; a run of flags "
-                          "from one shock counts as one outlier.");
+      const double share = std::round(1000 * chance / assessed) / 10;
+      std::string each;
+      if (lengths.size() == 1) {
+        each = " (about " + support::FormatNumber(std::round(chance * *lengths.begin() / assessed)) +
+               " of its " + support::FormatNumber(*lengths.begin()) + ")";
+      }
+      footnotes.push_back("About " + support::FormatNumber(share) +
+                          "% of the points of each series are flagged by chance at this threshold" +
+                          each + "; a run of flags from one shock counts as one outlier.");
     }
   }
   return TableNode("Series with Outliers",
