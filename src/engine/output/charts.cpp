@@ -465,19 +465,52 @@ Node RootCauseDiagram(const OutputData& data) {
 Node RootCauseSubJson(const OutputData& data) {
   if (!data.root_causes) return "No root cause analysis";
   const RootCauseResult& result = *data.root_causes;
+  // A plot opens on the weeks around the outlier it matters most for: the target's on its most
+  // probable outlier, a cause's on the outlier of which it explains the largest share (the first
+  // of equals), from a little before the cause acted to a little after the outlier. The whole
+  // history is one click away.
+  const auto Focus = [&](std::size_t series) {
+    const RootCauseOutlier* chosen = nullptr;
+    double best = -1;
+    int delay = 0;
+    for (const RootCauseOutlier& outlier : result.outliers) {
+      if (outlier.outlier.period < 0) continue;
+      for (const RootCause& cause : outlier.causes) {
+        const double share = std::isfinite(cause.share) ? cause.share : 0;
+        if (series != result.target && cause.series == series && share > best) {
+          chosen = &outlier, best = share, delay = cause.delay;
+        }
+      }
+      if (series == result.target && outlier.outlier.probability > best) {
+        chosen = &outlier, best = outlier.outlier.probability, delay = 0;
+        for (const RootCause& cause : outlier.causes) delay = std::max(delay, cause.delay);
+      }
+    }
+    if (chosen == nullptr) return Node();
+    const auto at = static_cast<int>(chosen->outlier.period);
+    return Node{{"from", std::max(0, at - delay - 28)}, {"to", at + 14}};
+  };
   Node plots = Node::object();
   for (const TreeNode& node : GrowTree(data, result.target, true, result.generations)) {
     const std::string& text = data.names[node.series].text;
     if (plots.contains(text)) continue;
     Node chart = ObservedPredictedChart(data, node.series);
     if (!chart.is_object()) continue;
-    if (node.series == result.target) {
-      Node marks = Node::array();
-      for (const RootCauseOutlier& outlier : result.outliers) {
-        if (outlier.outlier.period >= 0) marks.push_back({{"x", outlier.outlier.period}, {"label", "Outlier"}});
+    // The target's outliers, and on a cause's plot the times its innovation acted.
+    Node marks = Node::array();
+    for (const RootCauseOutlier& outlier : result.outliers) {
+      if (outlier.outlier.period < 0) continue;
+      if (node.series == result.target) {
+        marks.push_back({{"x", outlier.outlier.period}, {"label", "Outlier"}});
+        continue;
       }
-      if (!marks.empty()) chart["marks"] = std::move(marks);
+      for (const RootCause& cause : outlier.causes) {
+        if (cause.series == node.series && !cause.is_target && outlier.outlier.period >= cause.delay)
+          marks.push_back({{"x", outlier.outlier.period - cause.delay}, {"label", "Root cause"}});
+      }
     }
+    if (!marks.empty()) chart["marks"] = std::move(marks);
+    if (Node focus = Focus(node.series); !focus.is_null()) chart["focus"] = std::move(focus);
     plots[text] = std::move(chart);
   }
   return plots;

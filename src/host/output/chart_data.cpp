@@ -123,6 +123,16 @@ bool ReadLineChart(const nlohmann::json &payload, LineChart &chart, std::string 
                              mark.contains("label") ? Label(mark["label"]) : std::string()});
     }
   }
+  if (const auto focus = payload.find("focus"); focus != payload.end() && focus->is_object() && count > 1) {
+    const auto from = focus->find("from"), to = focus->find("to");
+    if (from != focus->end() && to != focus->end() && from->is_number_integer() && to->is_number_integer()) {
+      const long long last = static_cast<long long>(count) - 1;
+      const long long a = std::clamp<long long>(from->get<long long>(), 0, last);
+      const long long b = std::clamp<long long>(to->get<long long>(), 0, last);
+      if (a < b && (a > 0 || b < last))
+        chart.focus = std::make_pair(static_cast<std::size_t>(a), static_cast<std::size_t>(b));
+    }
+  }
   if (const auto label = payload.find("xLabel"); label != payload.end()) {
     chart.x_label = Label(*label);
   }

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -18,7 +19,8 @@ struct LineSeries {
 };
 
 // {"kind":"line","x":[...],"series":[{"name":..,"y":[...],"lower":[...],"upper":[...]}],
-//  "forecastStart": index} with optional "xLabel", "yLabel" and "marks":[{"x": index, "label": ..}].
+//  "forecastStart": index} with optional "xLabel", "yLabel", "marks":[{"x": index, "label": ..}]
+//  and "focus": {"from": index, "to": index}, the positions the chart opens on.
 struct LineMark {
   std::size_t x = 0; // the position marked (an outlier's time)
   std::string label;
@@ -31,6 +33,9 @@ struct LineChart {
   std::string x_label;
   std::string y_label;
   std::vector<LineMark> marks;
+  // The positions the chart opens on (the weeks around an outlier) when they are not all of it;
+  // without them a chart with a forecast opens on its recent history.
+  std::optional<std::pair<std::size_t, std::size_t>> focus;
 };
 
 struct ValueRange {

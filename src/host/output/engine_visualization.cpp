@@ -276,6 +276,12 @@ bool LineChartPayload(JNIJSONHandle node, const dataDictionary& dictionary,
     }
     payload["marks"] = list;
   }
+  if (const JNIJSONHandle focus = J::get(node, "focus"); focus != nullptr && focus->is_object()) {
+    const JNIJSONHandle from = J::get(focus, "from");
+    const JNIJSONHandle to = J::get(focus, "to");
+    if (from != nullptr && to != nullptr && from->is_number_integer() && to->is_number_integer())
+      payload["focus"] = {{"from", from->get<long long>()}, {"to", to->get<long long>()}};
+  }
   if (const JNIJSONHandle lines = J::get(node, "referenceLines"); lines != nullptr && lines->is_array()) {
     nlohmann::json list = nlohmann::json::array();
     for (std::size_t i = 0; i < A::size(lines); ++i) {

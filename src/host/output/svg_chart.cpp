@@ -454,22 +454,27 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
       banded = s;
   }
 
-  // The view it opens on: with a forecast, recent history five times the forecast's length, so
-  // the forecast takes a fifth of the width; the whole history is one button away.
+  // The view it opens on, positions `recent` to `recent_end`: the focus the chart names (the
+  // weeks around an outlier), else with a forecast recent history five times the forecast's
+  // length, so that the forecast takes a fifth of the width; the whole history is one button away.
   const std::size_t last = count > 0 ? count - 1 : 0;
   std::size_t recent = 0;
-  if (chart.forecast_start > 0) {
+  std::size_t recent_end = last;
+  if (chart.focus && chart.focus->second <= last) {
+    std::tie(recent, recent_end) = *chart.focus;
+  } else if (chart.forecast_start > 0) {
     const auto forecast = count - static_cast<std::size_t>(chart.forecast_start);
     if (last > 5 * forecast)
       recent = last - 5 * forecast;
   }
-  // The recent view's values get a y axis of their own, a part of the same grid.
+  const bool views = recent > 0 || recent_end < last;
+  // The opening view's values get a y axis of their own, a part of the same grid.
   Axis recent_axis = axis;
-  if (recent > 0) {
+  if (views) {
     ValueRange range;
     for (const auto &series : chart.series) {
       for (const auto *values : {&series.y, &series.lower, &series.upper}) {
-        for (std::size_t i = recent; i < values->size(); ++i)
+        for (std::size_t i = recent; i < values->size() && i <= recent_end; ++i)
           range.Add((*values)[i]);
       }
     }
@@ -481,10 +486,10 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   // Too fine a part for the grid (flat recent values in a wide history): the whole axis.
   if (Rows(recent_axis).second < 20)
     recent_axis = axis;
-  const auto ViewBox = [&](std::size_t from, const Axis &shown) {
+  const auto ViewBox = [&](std::size_t from, std::size_t to, const Axis &shown) {
     const auto [row, rows] = Rows(shown);
     const std::string x = last == 0 ? "-1" : std::to_string(from);
-    const std::string w = last == 0 ? "2" : std::to_string(last - from);
+    const std::string w = last == 0 ? "2" : std::to_string(to - from);
     return x + " " + std::to_string(row) + " " + w + " " + std::to_string(rows);
   };
 
@@ -538,7 +543,9 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   // The paths of bands and lines. With a store, the page draws the recent view (from the point
   // before it, so that lines enter from the edge) and the whole paths go to the store, for the
   // script's whole-history view.
-  const std::size_t drawn_from = store != nullptr && recent > 0 ? recent - 1 : 0;
+  const std::size_t drawn_from = store != nullptr && views ? std::max<std::size_t>(recent, 1) - 1 : 0;
+  const std::size_t drawn_to = store != nullptr && views ? std::min(recent_end + 1, last) : last;
+  const bool part = drawn_from > 0 || drawn_to < last;
   // A band drawn anywhere keeps its element, so that the page's paths and the stored ones
   // pair up in order.
   std::vector<std::string> band_paths, line_paths, whole_bands, whole_lines;
@@ -551,18 +558,21 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
     if (!band.empty())
       whole_bands.push_back(band);
     whole_lines.push_back(line);
-    for (auto *values : {&shown.y, &shown.lower, &shown.upper})
-      std::fill(values->begin(), values->begin() + static_cast<std::ptrdiff_t>(std::min(drawn_from, values->size())),
-                std::nullopt);
-    band_paths.push_back(drawn_from > 0 && !band.empty() ? BandPath(grids[s].Coarser(), shown) : band);
-    line_paths.push_back(drawn_from > 0 ? LinePath(grids[s], shown.y) : line);
+    for (auto *values : {&shown.y, &shown.lower, &shown.upper}) {
+      for (std::size_t i = 0; i < values->size(); ++i) {
+        if (i < drawn_from || i > drawn_to)
+          (*values)[i].reset();
+      }
+    }
+    band_paths.push_back(part && !band.empty() ? BandPath(grids[s].Coarser(), shown) : band);
+    line_paths.push_back(part ? LinePath(grids[s], shown.y) : line);
   }
 
   std::ostringstream svg;
-  svg << "<svg class=\"chart line-chart" << (recent > 0 ? " view-recent" : "") << "\" viewBox=\"0 0 "
+  svg << "<svg class=\"chart line-chart" << (views ? " view-recent" : "") << "\" viewBox=\"0 0 "
       << kWidth << ' ' << kHeight << "\" role=\"img\" preserveAspectRatio=\"xMidYMid meet\" data-n=\""
       << count << "\"";
-  if (drawn_from > 0) {
+  if (part) {
     std::string joined;  // in the chart's order: the bands, then the lines
     for (const auto *paths : {&whole_bands, &whole_lines}) {
       for (const std::string &path : *paths)
@@ -582,10 +592,12 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   } else {
     svg << " data-x=\"" << EscapeMarkup(nlohmann::json(chart.x).dump()) << "\"";
   }
-  if (recent > 0) {
-    svg << " data-recent=\"" << ViewBox(recent, recent_axis) << "\" data-whole=\""
-        << ViewBox(0, axis) << "\" data-views=\""
-        << EscapeMarkup(Word("Output.ChartRecent") + "\n" + Word("Output.ChartWhole")) << "\"";
+  if (views) {
+    svg << " data-recent=\"" << ViewBox(recent, recent_end, recent_axis) << "\" data-whole=\""
+        << ViewBox(0, last, axis) << "\" data-views=\""
+        << EscapeMarkup(Word(chart.focus ? "Output.ChartFocus" : "Output.ChartRecent") + "\n" +
+                        Word("Output.ChartWhole"))
+        << "\"";
   }
   svg << ">";
 
@@ -605,7 +617,7 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
     }
     svg << "</g>";
   };
-  if (recent > 0) {
+  if (views) {
     YTicks(recent_axis, " for-recent");
     YTicks(axis, " for-whole");
   } else {
@@ -615,15 +627,15 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
 
   // X ticks, one set per view.
   if (count > 0) {
-    const auto TicksOver = [&](std::size_t from) {
-      auto ticks_here = times.empty() ? std::vector<Tick>{} : CalendarTicks(times, from, last);
-      return ticks_here.empty() ? SpacedTicks(chart.x, from, last) : ticks_here;
+    const auto TicksOver = [&](std::size_t from, std::size_t to) {
+      auto ticks_here = times.empty() ? std::vector<Tick>{} : CalendarTicks(times, from, to);
+      return ticks_here.empty() ? SpacedTicks(chart.x, from, to) : ticks_here;
     };
-    if (recent > 0) {
-      XTicks(svg, TicksOver(recent), recent, last, bottom, " for-recent");
-      XTicks(svg, TicksOver(0), 0, last, bottom, " for-whole");
+    if (views) {
+      XTicks(svg, TicksOver(recent, recent_end), recent, recent_end, bottom, " for-recent");
+      XTicks(svg, TicksOver(0, last), 0, last, bottom, " for-whole");
     } else {
-      XTicks(svg, TicksOver(0), 0, last, bottom, "");
+      XTicks(svg, TicksOver(0, last), 0, last, bottom, "");
     }
   }
   if (!chart.x_label.empty()) {
@@ -638,7 +650,7 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
 
   // The plot: positions and grid units, stretched to the plot's box; its view box is the view.
   svg << "<svg class=\"plot\" x=\"" << kLeft << "\" y=\"" << Coord(top) << "\" width=\"" << kPlotWidth
-      << "\" height=\"" << Coord(plot_height) << "\" viewBox=\"" << ViewBox(recent, recent_axis)
+      << "\" height=\"" << Coord(plot_height) << "\" viewBox=\"" << ViewBox(recent, recent_end, recent_axis)
       << "\" preserveAspectRatio=\"none\">";
   if (chart.forecast_start >= 0 && count > 0) {
     const double edge = chart.forecast_start - 0.5;
@@ -676,19 +688,22 @@ std::string RenderLineChartSvg(const LineChart &chart, PageStore *store) {
   if (chart.forecast_start > 0) {
     const std::string word = EscapeMarkup(Word("Forecast"));
     const double label_width = static_cast<double>(word.size()) * 6.5 + 12;
-    const auto Label = [&](std::size_t from, const char *view) {
-      const double span = static_cast<double>(std::max<std::size_t>(1, last - from));
+    // A view that ends before the forecast does not label it.
+    const auto Label = [&](std::size_t from, std::size_t to, const char *view) {
+      if (static_cast<std::size_t>(chart.forecast_start) > to)
+        return;
+      const double span = static_cast<double>(std::max<std::size_t>(1, to - from));
       const double x = kLeft + kPlotWidth * (chart.forecast_start - 0.5 - static_cast<double>(from)) / span;
       const bool inside = kWidth - kRight - x >= label_width;
       svg << "<text class=\"forecast-label" << view << "\" x=\"" << Coord(inside ? x + 6 : x - 6)
           << "\" y=\"" << Coord(top + 14) << "\"" << (inside ? "" : " text-anchor=\"end\"") << ">"
           << word << "</text>";
     };
-    if (recent > 0) {
-      Label(recent, " for-recent");
-      Label(0, " for-whole");
+    if (views) {
+      Label(recent, recent_end, " for-recent");
+      Label(0, last, " for-whole");
     } else {
-      Label(0, "");
+      Label(0, last, "");
     }
   }
 

@@ -498,7 +498,15 @@ TEST_F(OutputStage, OutlierAndRootCauseResultsAreRead) {
     if (texts[node[0].get<std::size_t>()] == "cost-region:west") marked = node[5] == 1 && node[6] == 0.7;
   }
   EXPECT_TRUE(marked);
-  EXPECT_TRUE(tcm["action"]["outlierRootCauseAnalysisforSeries"]["subJson"].contains("sales-region:west"));
+  // Each plot marks what it stands for and opens around the outlier it matters most for: the
+  // target's most probable one (day 3), a cause's (west cost, day 9) from a little before it acted.
+  const Json& plots = tcm["action"]["outlierRootCauseAnalysisforSeries"]["subJson"];
+  ASSERT_TRUE(plots.contains("sales-region:west")) << plots.dump().substr(0, 300);
+  ASSERT_TRUE(plots.contains("cost-region:west"));
+  EXPECT_EQ(plots["sales-region:west"]["marks"].size(), 3u);
+  EXPECT_EQ(plots["sales-region:west"]["focus"], Json::parse(R"({"from": 0, "to": 17})"));
+  EXPECT_EQ(plots["cost-region:west"]["marks"], Json::parse(R"([{"x": 9, "label": "Root cause"}])"));
+  EXPECT_EQ(plots["cost-region:west"]["focus"], Json::parse(R"({"from": 0, "to": 23})"));
 
   // The root cause table: a row per outlier and cause rank, empty rows where an outlier has
   // fewer causes than the most.

@@ -224,7 +224,7 @@ TEST(LineChartSvg, CarriesEachValueOnceAtThePrecisionItShows) {
 TEST(LineChartSvg, SeriesPlotOpensOnRecentHistoryWithTheForecastAndCalendarTicks) {
   // Two years of days and a 14-day forecast with its band.
   const int count = 745, forecast = 731;
-  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", "", {}};
+  LineChart chart{Daily(count), {{"Predicted", {}, {}, {}}}, forecast, "", "", {}, std::nullopt};
   for (int i = 0; i < count; ++i) {
     const double value = 3000 + 800 * std::sin(i / 9.0), half = i >= forecast ? 300 : 100;
     chart.series[0].y.push_back(value);
@@ -264,6 +264,22 @@ TEST(LineChartSvg, SeriesPlotOpensOnRecentHistoryWithTheForecastAndCalendarTicks
     EXPECT_TRUE(to_left ? x > 100 : x < 760 - 20 - 60) << label;
   }
   EXPECT_LT(Elements(svg, "<").size(), 150u);
+
+  // A chart that names its focus (a root cause plot: the weeks around an outlier) opens there,
+  // with days as ticks and no forecast label in that view; on a page, the paths draw the focus.
+  chart.focus = std::make_pair(std::size_t{300}, std::size_t{360});
+  PageStore store;
+  const std::string focused = RenderLineChartSvg(chart, &store);
+  const auto view = Numbers(Attribute(Elements(focused, "<svg class=\"plot\"").at(0), "viewBox"));
+  EXPECT_EQ(view.at(0), 300);
+  EXPECT_EQ(view.at(2), 60);
+  EXPECT_NE(focused.find(words.LookUp("Output.ChartFocus")), npos);
+  EXPECT_EQ(Elements(focused, "<text class=\"forecast-label").size(), 1u);
+  for (const auto &tick : TextsIn(focused, "<g class=\"x-ticks for-recent\""))
+    EXPECT_TRUE(std::regex_match(tick, std::regex("2024-(10|11|12)-[0-9]{2}"))) << tick;
+  const Carried drawn = Read(focused, 0);
+  EXPECT_EQ(drawn.values.begin()->first, 299);
+  EXPECT_EQ(drawn.values.rbegin()->first, 361);
 }
 
 TEST(LineChartSvg, TicksFollowTheCalendarOrSpaceOutOtherLabels) {
@@ -290,7 +306,7 @@ TEST(LineChartSvg, TicksFollowTheCalendarOrSpaceOutOtherLabels) {
 }
 
 TEST(LineChartSvg, LinesOnScalesFarApartEachGetTheirOwn) {
-  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", "", {}};
+  LineChart apart{Daily(100), {{"visits", {}, {}, {}}, {"temperature", {}, {}, {}}}, -1, "", "", {}, std::nullopt};
   for (int i = 0; i < 100; ++i) {
     apart.series[0].y.push_back(3000 + 1000 * std::sin(i / 7.0));
     apart.series[1].y.push_back(15 + 15 * std::cos(i / 11.0));
