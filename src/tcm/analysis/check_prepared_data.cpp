@@ -26,6 +26,39 @@ std::vector<int32_t> Narrow(const Points& points) {
   return std::vector<int32_t>(points.begin(), points.end());
 }
 
+// One key per field and combination of the filters' values on `dimensions`, the first
+// dimension varying slowest; a dimension without a filter contributes one empty value. Without
+// dimensions each key is the field alone.
+std::vector<SeriesKey> ExpandByFilters(const std::vector<std::string>& fields,
+                                       const std::vector<std::string>& dimensions,
+                                       const std::vector<DimValueFilter>& filters) {
+  std::vector<SeriesKey> keys;
+  std::vector<std::vector<std::string>> values;
+  for (const std::string& dimension : dimensions) {
+    const std::vector<std::string>* found = FindDimFilter(dimension, filters);
+    values.push_back(found != nullptr ? *found : std::vector<std::string>{""});
+  }
+  for (const std::string& field : fields) {
+    // An odometer over the dimensions, the last turning fastest.
+    std::vector<std::size_t> at(values.size(), 0);
+    bool none = false;
+    for (const auto& list : values)
+      none = none || list.empty();
+    while (!none) {
+      SeriesKey key;
+      for (std::size_t d = 0; d < values.size(); ++d)
+        key.push_back(values[d][at[d]]);
+      key.push_back(field);
+      keys.push_back(std::move(key));
+      std::size_t d = values.size();
+      while (d > 0 && ++at[d - 1] == values[d - 1].size())
+        at[--d] = 0;
+      none = d == 0;
+    }
+  }
+  return keys;
+}
+
 // Each dimension's first value in the scenario's filters, then the root field.
 void FillSeriesKey(ScenarioSpec& scenario, const std::vector<std::string>& dimensions) {
   scenario.seriesKey.clear();
@@ -38,7 +71,8 @@ void FillSeriesKey(ScenarioSpec& scenario, const std::vector<std::string>& dimen
 
 void ExpandTargetList(TargetListSpec& list, const std::vector<std::string>& dimensions) {
   std::vector<std::string> fields;
-  for (const QuorVarName& field : list.fields) fields.push_back(field.GetName());
+  for (const QuorVarName& field : list.fields)
+    fields.push_back(field.GetName());
   list.seriesKeys = ExpandByFilters(fields, dimensions, list.dimValues);
 }
 
@@ -48,7 +82,8 @@ void ExpandGroup(ScenarioGroupSpec& group, const std::vector<std::string>& dimen
   for (SeriesKey& key : ExpandByFilters({group.rootField}, dimensions, group.dimValues)) {
     ScenarioSpec member;
     member.id = group.idPrefix;
-    for (std::size_t i = 0; i + 1 < key.size(); ++i) member.id += "_" + key[i];
+    for (std::size_t i = 0; i + 1 < key.size(); ++i)
+      member.id += "_" + key[i];
     member.expression = group.expression;
     member.rootField = group.rootField;
     member.targetListId = group.targetListId;
@@ -67,13 +102,16 @@ bool CheckScenarioFilters(TCMAnlySpec& spec, const CFMetaData& metaData, ParserM
                            &messages);
   };
   for (std::size_t i = 0; i < spec.scenarios.size(); ++i) {
-    if (!check(spec.scenarios[i].dimValues, "SCENARIO", i)) return false;
+    if (!check(spec.scenarios[i].dimValues, "SCENARIO", i))
+      return false;
   }
   for (std::size_t i = 0; i < spec.scenarioGroups.size(); ++i) {
-    if (!check(spec.scenarioGroups[i].dimValues, "SCENARIOGROUP", i)) return false;
+    if (!check(spec.scenarioGroups[i].dimValues, "SCENARIOGROUP", i))
+      return false;
   }
   for (std::size_t i = 0; i < spec.targetLists.size(); ++i) {
-    if (!check(spec.targetLists[i].dimValues, "TARGETLIST", i)) return false;
+    if (!check(spec.targetLists[i].dimValues, "TARGETLIST", i))
+      return false;
   }
   return true;
 }
@@ -86,8 +124,10 @@ void CompleteFilters(TCMAnlySpec& spec, const std::vector<std::string>& dimensio
       if (FindDimFilter(dimension, filters) == nullptr)
         filters.push_back(ValuesOfField(dimension, metaData));
     };
-    for (ScenarioGroupSpec& group : spec.scenarioGroups) complete(group.dimValues);
-    for (TargetListSpec& list : spec.targetLists) complete(list.dimValues);
+    for (ScenarioGroupSpec& group : spec.scenarioGroups)
+      complete(group.dimValues);
+    for (TargetListSpec& list : spec.targetLists)
+      complete(list.dimValues);
   }
 }
 
@@ -101,8 +141,10 @@ bool ConvertScenarioPeriod(TCMAnlySpec& spec, TSDPRunner& tsdpRunner, ParserMess
   Points starts;
   Points ends;
   if (relative) {
-    if (!period.startPeriods.empty()) starts.push_back(period.startPeriods.front());
-    if (!period.endPeriods.empty()) ends.push_back(period.endPeriods.front());
+    if (!period.startPeriods.empty())
+      starts.push_back(period.startPeriods.front());
+    if (!period.endPeriods.empty())
+      ends.push_back(period.endPeriods.front());
   } else if (dateTime) {
     starts.push_back(period.startTime);
     ends.push_back(period.endTime);
@@ -149,12 +191,14 @@ bool ConvertScenarioPeriod(TCMAnlySpec& spec, TSDPRunner& tsdpRunner, ParserMess
     period.startPeriods = Narrow(first);
     period.endPeriods = Narrow(last);
   }
-  if (!period.hasPredictThru) return true;
+  if (!period.hasPredictThru)
+    return true;
 
   Points thruEnd;
   if (relative) {
     // PREDICTTHRU counts from END.
-    if (!period.thruPeriods.empty()) thruEnd.push_back(period.thruPeriods.front() + userEnd + 1);
+    if (!period.thruPeriods.empty())
+      thruEnd.push_back(period.thruPeriods.front() + userEnd + 1);
   } else if (dateTime) {
     thruEnd.push_back(period.thruTime);
   } else {
@@ -175,7 +219,8 @@ bool ConvertScenarioPeriod(TCMAnlySpec& spec, TSDPRunner& tsdpRunner, ParserMess
 const ExpressionSpec* FindExpression(const TCMAnlySpec& spec, const std::string& name) {
   for (const auto& [key, expression] : spec.expressionFields) {
     // The name as the user wrote it: another case finds nothing.
-    if (expression.name == name) return &expression;
+    if (expression.name == name)
+      return &expression;
   }
   return nullptr;
 }
@@ -184,28 +229,34 @@ const ExpressionSpec* FindExpression(const TCMAnlySpec& spec, const std::string&
 // model system forecasts as targets or as AR model series. Never a failure.
 void FindExpressionInputs(TCMAnlySpec& spec, const std::vector<std::string>& dimensions) {
   const auto addInputs = [&](const ScenarioSpec& scenario) {
-    if (scenario.isActual) return;
+    if (scenario.isActual)
+      return;
     const ExpressionSpec* expression = FindExpression(spec, scenario.expression);
-    if (expression == nullptr) return;
+    if (expression == nullptr)
+      return;
     for (const std::string& field : expression->fields) {
-      SeriesKey key(scenario.seriesKey.begin(),
-                    scenario.seriesKey.empty() ? scenario.seriesKey.end()
-                                               : scenario.seriesKey.end() - 1);
+      SeriesKey key(scenario.seriesKey.begin(), scenario.seriesKey.empty()
+                                                    ? scenario.seriesKey.end()
+                                                    : scenario.seriesKey.end() - 1);
       key.push_back(field);
       spec.expressionSeriesKeys.push_back(std::move(key));
     }
   };
-  for (const ScenarioSpec& scenario : spec.scenarios) addInputs(scenario);
+  for (const ScenarioSpec& scenario : spec.scenarios)
+    addInputs(scenario);
   for (const ScenarioGroupSpec& group : spec.scenarioGroups) {
-    for (const ScenarioSpec& member : group.scenarios) addInputs(member);
+    for (const ScenarioSpec& member : group.scenarios)
+      addInputs(member);
   }
 
   CFMetaData metaData;
-  if (!ExtractDataModel(spec.inputModelPath, metaData) || spec.graphJson.empty()) return;
+  if (!ExtractDataModel(spec.inputModelPath, metaData) || spec.graphJson.empty())
+    return;
   const JNITargetMap targets(spec.graphJson);
   for (const SeriesKey& key : spec.expressionSeriesKeys) {
     const std::string text = SeriesKeyText(key, dimensions, metaData);
-    if (text.empty()) continue;
+    if (text.empty())
+      continue;
     if (targets.IsTarget(text)) {
       spec.targetSeriesKeys.push_back(key);
     } else if (targets.IsArModelSeries(text)) {
@@ -216,7 +267,8 @@ void FindExpressionInputs(TCMAnlySpec& spec, const std::vector<std::string>& dim
 
 // Whether `text` is the value that `datum` holds, compared as the storage reads.
 bool SameValue(const std::string& text, const CFDatum& datum, int storage) {
-  if (storage == CFStorage::kString) return datum.GetString() == text;
+  if (storage == CFStorage::kString)
+    return datum.GetString() == text;
   if (storage == CFStorage::kInteger) {
     std::int32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -232,11 +284,14 @@ bool SameValue(const std::string& text, const CFDatum& datum, int storage) {
 const CFValue* CodedValue(const CFField& field, const CFMetaData& metaData,
                           const std::string& element) {
   const CFField* base = metaData.FindField(field.GetBaseField());
-  if (field.GetBaseField().empty() || base == nullptr) return nullptr;
+  if (field.GetBaseField().empty() || base == nullptr)
+    return nullptr;
   for (const CFValue& value : base->GetValues()) {
-    if (!SameValue(element, value.GetDatum(), base->GetStorage())) continue;
+    if (!SameValue(element, value.GetDatum(), base->GetStorage()))
+      continue;
     for (const CFValue& coded : field.GetValues()) {
-      if (coded.GetLabel() == value.GetLabel()) return &coded;
+      if (coded.GetLabel() == value.GetLabel())
+        return &coded;
     }
     return nullptr;
   }
@@ -245,47 +300,24 @@ const CFValue* CodedValue(const CFField& field, const CFMetaData& metaData,
 
 } // namespace
 
-std::vector<SeriesKey> ExpandByFilters(const std::vector<std::string>& fields,
-                                       const std::vector<std::string>& dimensions,
-                                       const std::vector<DimValueFilter>& filters) {
-  std::vector<SeriesKey> keys;
-  std::vector<std::vector<std::string>> values;
-  for (const std::string& dimension : dimensions) {
-    const std::vector<std::string>* found = FindDimFilter(dimension, filters);
-    values.push_back(found != nullptr ? *found : std::vector<std::string>{""});
-  }
-  for (const std::string& field : fields) {
-    // An odometer over the dimensions, the last turning fastest.
-    std::vector<std::size_t> at(values.size(), 0);
-    bool none = false;
-    for (const auto& list : values) none = none || list.empty();
-    while (!none) {
-      SeriesKey key;
-      for (std::size_t d = 0; d < values.size(); ++d) key.push_back(values[d][at[d]]);
-      key.push_back(field);
-      keys.push_back(std::move(key));
-      std::size_t d = values.size();
-      while (d > 0 && ++at[d - 1] == values[d - 1].size()) at[--d] = 0;
-      none = d == 0;
-    }
-  }
-  return keys;
-}
-
 std::string SeriesKeyText(const SeriesKey& key, const std::vector<std::string>& dimensions,
                           const CFMetaData& metaData) {
-  if (key.size() != dimensions.size() + 1) return {};
+  if (key.size() != dimensions.size() + 1)
+    return {};
   std::string text;
   for (std::size_t i = 0; i < dimensions.size(); ++i) {
     const CFField* field = metaData.FindField(dimensions[i]);
     const CFValue* value = field == nullptr ? nullptr : CodedValue(*field, metaData, key[i]);
-    if (value == nullptr) return {};
+    if (value == nullptr)
+      return {};
     text += std::to_string(value->GetCode()) + "-";
   }
   const CFField* metric = metaData.FindField("metricField");
-  if (metric == nullptr) return {};
+  if (metric == nullptr)
+    return {};
   for (const CFValue& value : metric->GetValues()) {
-    if (value.GetLabel() == key.back()) return text + std::to_string(value.GetCode());
+    if (value.GetLabel() == key.back())
+      return text + std::to_string(value.GetCode());
   }
   return {};
 }
@@ -304,8 +336,10 @@ bool CheckPreparedData(TCMAnlySpec& spec, ASRunner& runner, TSDPRunner& tsdpRunn
 
   if (dimensions.empty()) {
     // Groups are left as they are: without dimensions they have nothing to vary over.
-    for (ScenarioSpec& scenario : spec.scenarios) FillSeriesKey(scenario, dimensions);
-    for (TargetListSpec& list : spec.targetLists) ExpandTargetList(list, dimensions);
+    for (ScenarioSpec& scenario : spec.scenarios)
+      FillSeriesKey(scenario, dimensions);
+    for (TargetListSpec& list : spec.targetLists)
+      ExpandTargetList(list, dimensions);
   } else {
     CFMetaData metaData;
     // A filter fault has been reported; the period is still converted, and its answer is the
@@ -314,9 +348,12 @@ bool CheckPreparedData(TCMAnlySpec& spec, ASRunner& runner, TSDPRunner& tsdpRunn
         CheckScenarioFilters(spec, metaData, messages)) {
       CompleteFilters(spec, dimensions, metaData);
       tsdpRunner.UpdateConvertedDataModel(metaData);
-      for (ScenarioSpec& scenario : spec.scenarios) FillSeriesKey(scenario, dimensions);
-      for (ScenarioGroupSpec& group : spec.scenarioGroups) ExpandGroup(group, dimensions);
-      for (TargetListSpec& list : spec.targetLists) ExpandTargetList(list, dimensions);
+      for (ScenarioSpec& scenario : spec.scenarios)
+        FillSeriesKey(scenario, dimensions);
+      for (ScenarioGroupSpec& group : spec.scenarioGroups)
+        ExpandGroup(group, dimensions);
+      for (TargetListSpec& list : spec.targetLists)
+        ExpandTargetList(list, dimensions);
     }
   }
 
@@ -325,6 +362,7 @@ bool CheckPreparedData(TCMAnlySpec& spec, ASRunner& runner, TSDPRunner& tsdpRunn
       !spec.usedExpressions.empty()) {
     FindExpressionInputs(spec, dimensions);
   }
-  if (result && spec.debug) spec.displayValidSpec();
+  if (result && spec.debug)
+    spec.displayValidSpec();
   return result;
 }

@@ -25,13 +25,6 @@ bool CheckPreparedData(TCMAnlySpec& spec, ASRunner& runner, TSDPRunner& tsdpRunn
                        const ProcedureDataSource& dataSource, ParserMessage& messages,
                        QUORMBConverter* converter);
 
-// One key per field and combination of the filters' values on `dimensions`, the first
-// dimension varying slowest; a dimension without a filter contributes one empty value. Without
-// dimensions each key is the field alone.
-std::vector<SeriesKey> ExpandByFilters(const std::vector<std::string>& fields,
-                                       const std::vector<std::string>& dimensions,
-                                       const std::vector<DimValueFilter>& filters);
-
 // The text of a series key as the model system's graph names the series: the code of each
 // dimension value, then the code of the metric, joined by "-". Empty when the key does not have
 // one element more than `dimensions`, or when a value or the metric is not in `metaData`.

@@ -2,6 +2,7 @@
 // here: daily over region (4 values) and shelf (3), and cyclic without dimensions. The spec is
 // filled as its readers fill it; the engine converts the periods.
 #include <cmath>
+#include <map>
 #include <optional>
 
 #include <gtest/gtest.h>
@@ -13,6 +14,7 @@
 #include "support/temp_file.h"
 #include "tcm/analysis/check_prepared_data.h"
 #include "tcm/apply/model_settings.h"
+#include "tcm/files/model_system_file.h"
 #include "tcm/frame/command_context.h"
 #include "tcm/frame/entries.h"
 #include "tcm/run_frame.h"
@@ -159,11 +161,9 @@ TEST_F(AnalysisCheckTest, ExpansionPeriodsAndFaults) {
       "", {QuorVarName("sales"), QuorVarName("ads")}, {{"region", {"West"}}}, {}};
   ScenarioPeriodSpec cyclic = Period({0, 0, 0}, true);
   cyclic.startPeriods = {7, 4}, cyclic.endPeriods = {8, 3}, cyclic.thruPeriods = {9, 1};
-  std::vector<std::string> all;
-  for (const std::string& region : kRegions) {
-    for (const std::string& shelf : kShelves)
-      all.push_back("P_" + region + "_" + shelf);
-  }
+  const std::vector<std::string> all = {"P_East_A",  "P_East_B",  "P_East_C",  "P_North_A",
+                                        "P_North_B", "P_North_C", "P_South_A", "P_South_B",
+                                        "P_South_C", "P_West_A",  "P_West_B",  "P_West_C"};
   // clang-format off
   const std::vector<Case> cases = {
       {"relative, PREDICTTHRU from END; a group over all values; a list of two fields",
@@ -241,6 +241,16 @@ TEST_F(AnalysisCheckTest, ExpressionInputs) {
   // price is in no model: neither list has it.
   EXPECT_EQ(spec.targetSeriesKeys, (Keys{{"North", "C", "sales"}, {"South", "A", "sales"}}));
   EXPECT_EQ(spec.arSeriesKeys, (Keys{{"North", "C", "ads"}, {"South", "A", "ads"}}));
+  // The graph's ID of a key: the codes of its values, then of its metric.
+  CFMetaData metaData;
+  ASSERT_TRUE(ExtractDataModel(Path(true), metaData));
+  for (const auto& [key, text] :
+       std::map<SeriesKey, std::string>{{{"North", "C", "sales"}, "2-3-2"},
+                                        {{"West", "A", "ads"}, "4-1-1"},
+                                        {{"North", "sales"}, ""},
+                                        {{"North", "D", "sales"}, ""},
+                                        {{"North", "C", "price"}, ""}})
+    EXPECT_EQ(SeriesKeyText(key, {"region", "shelf"}, metaData), text);
 }
 
 } // namespace
