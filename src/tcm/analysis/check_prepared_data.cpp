@@ -132,8 +132,8 @@ void CompleteFilters(TCMAnlySpec& spec, const std::vector<std::string>& dimensio
 }
 
 // The scenario period as time points of the model system. The first conversion places the
-// user's period; the second, one period longer, gives the span of the scenario and the points
-// kept; PREDICTTHRU takes a third.
+// user's period; the second, reaching one period past END, gives the scenario's length and the
+// points kept, so that the end kept is the period after END; PREDICTTHRU takes a third.
 bool ConvertScenarioPeriod(TCMAnlySpec& spec, TSDPRunner& tsdpRunner, ParserMessage& messages) {
   ScenarioPeriodSpec& period = spec.scenarioPeriod;
   const bool relative = period.relative;
