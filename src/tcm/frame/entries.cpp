@@ -17,6 +17,7 @@
 #include "host/output/rv.h"
 #include "host/session.h"
 #include "host/syntax/token_sequence.h"
+#include "tcm/analysis/check_prepared_data.h"
 #include "tcm/analysis/tcm_anly_parser.h"
 #include "tcm/apply/check_prepared_data.h"
 #include "tcm/apply/tcm_apply_parser.h"
@@ -83,14 +84,16 @@ bool ChecksOnly() {
 // The frame of TCM APPLY and TCM ANALYSIS. Both take their data settings from a saved model
 // system, run the data gates as one chain and print no debug lines; `checkData` is the
 // command's check of the data (null while the command has none, and it then stops after
-// reading), `notes` whether the notes follow the output.
+// reading), `notes` whether the notes follow the output. `notBuilt` names the error of a command
+// whose runs do not exist yet: it stops there after its checks, unless only checks were asked.
 template <typename Spec>
 using DataCheck = bool (*)(Spec&, ASRunner&, TSDPRunner&, const ProcedureDataSource&,
                            ParserMessage&, QUORMBConverter*);
 
 template <typename Spec, typename Parser>
 void RunSavedModelCommand(const char* command, const char* title,
-                          DataCheck<Spec> checkData, bool notes) {
+                          DataCheck<Spec> checkData, bool notes,
+                          const char* notBuilt = nullptr) {
   RvProcedure procedure(title, 10);
   FacSTDictionary* dictionary = MakeDictionary(title);
   QUOR_TokenSequence tokens(true);
@@ -116,7 +119,9 @@ void RunSavedModelCommand(const char* command, const char* title,
         checkData(spec, runner, tsdpRunner, dataSource, context.GetParserMessage(), converter);
     // `tcm check` stops after the data checks.
     if (checked && ChecksOnly()) completed = true;
-    if (checked && !ChecksOnly() && tsdpRunner.RunTSDP()) {
+    if (checked && !ChecksOnly() && notBuilt != nullptr)
+      context.GetParserMessage().SimpleError(notBuilt);
+    if (checked && !ChecksOnly() && notBuilt == nullptr && tsdpRunner.RunTSDP()) {
       TSRunner tsRunner(tsdpRunner, runner, dataSource, context, nullptr);
       const bool modeled = tsRunner.Run();
       completed = tsRunner.nothingSelected;
@@ -209,9 +214,10 @@ extern "C" void TCMAPPLY() {
 }
 
 extern "C" void TCMANLYS() {
-  // The scenario checks and runs are not built yet: the command is read and goes no further.
-  RunSavedModelCommand<TCMAnlySpec, TCMAnlyParser>("TCM ANALYSIS", kAnalysisTitle, nullptr,
-                                                    false);
+  // The scenario runs are not built yet: the command is read and checked and goes no further.
+  RunSavedModelCommand<TCMAnlySpec, TCMAnlyParser>("TCM ANALYSIS", kAnalysisTitle,
+                                                    &CheckPreparedData, false,
+                                                    "SCENARIO_RUNS_NOT_BUILT_KEY");
 }
 
 extern "C" void TSEXPLOR() {

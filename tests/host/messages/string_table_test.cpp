@@ -85,6 +85,7 @@ const std::map<std::string, int> kModuleKeyArguments = {
     {"INVALID_VAL_NUM_KEY", 3},   // "SCENARIO n", values needed, values given
     {"SKIPPED_SCENARIO_KEY", 1},  // scenario number
     {"SKIPPED_GROUP_KEY", 1},     // group number
+    {"SCENARIO_RUNS_NOT_BUILT_KEY", 0},
     // Calculation of scenario values: fixed texts raised as keys
     {"Forecasting failed", 0},
     {"Calculation failed", 0},
