@@ -37,10 +37,10 @@ std::string EffectsText(bool automatic, const std::string& listId) {
 void TCMAnlySpec::displayValidSpec() const {
   OpenSpecDisplay("TCM ANALYSIS");
   ASStatDisplay::DisplayS("MODELSYSTEM /FILE", inputModelPath);
-  ASStatDisplay::DisplayS("DATASETTINGS /TIMETYPE", timeType);
+  if (!dimensions.empty()) ASStatDisplay::DisplayVNL("MODELSYSTEM DIMENSIONS", dimensions);
+  ASStatDisplay::DisplayS("MODELSYSTEM TIMETYPE", timeType);
   DisplayTimeVariables(timeVars);
-  ASStatDisplay::DisplayVNL("DATASETTINGS /DIMENSIONS", dimensions);
-  ASStatDisplay::DisplayI("MODEL TIME POINTS", modelTimePoints);
+  ASStatDisplay::DisplayI("MODELSYSTEM TIME POINTS", modelTimePoints);
   ASStatDisplay::DisplayS("EXPRESSIONS /FILE", expressionsPath);
   for (const auto& [name, expression] : expressionFields) {
     ASStatDisplay::DisplaySV("EXPRESSION " + name + " /FIELDREF", expression.fields);
