@@ -33,6 +33,29 @@ bool HasFilterShape(const std::vector<const TokenInfoObj*>& group) {
          group[2]->getOperatorCode() == host::kOpEquals;
 }
 
+// Whether `value` is one of the numeric categories of `field`, both sides read as numbers.
+// Empty when a category has no text: the check then ends without a message.
+std::optional<bool> HasNumericValue(const CFField& field, const std::string& value) {
+  double wanted = 0.0;
+  const bool readable = String2Double(value, wanted);
+  for (const CFValue& category : field.GetValues()) {
+    std::string text;
+    if (!category.GetDatum().ToString(text))
+      return std::nullopt;
+    double have = 0.0;
+    if (readable && String2Double(text, have) && have == wanted)
+      return true;
+  }
+  return false;
+}
+
+bool HasStringValue(const CFField& field, const std::string& value) {
+  const std::vector<CFValue>& categories = field.GetValues();
+  return std::any_of(categories.begin(), categories.end(), [&](const CFValue& category) {
+    return category.GetDatum().GetString() == value;
+  });
+}
+
 // Reads the tokens of one field's parentheses, the opening and closing ones included, into
 // `filter`; false once reported.
 using FilterGroupReader =
@@ -80,29 +103,6 @@ bool ReadFilterGroups(std::vector<DimValueFilter>& filters, const ParamObj& para
     filters.push_back(std::move(filter));
   }
   return true;
-}
-
-// Whether `value` is one of the numeric categories of `field`, both sides read as numbers.
-// Empty when a category has no text: the check then ends without a message.
-std::optional<bool> HasNumericValue(const CFField& field, const std::string& value) {
-  double wanted = 0.0;
-  const bool readable = String2Double(value, wanted);
-  for (const CFValue& category : field.GetValues()) {
-    std::string text;
-    if (!category.GetDatum().ToString(text))
-      return std::nullopt;
-    double have = 0.0;
-    if (readable && String2Double(text, have) && have == wanted)
-      return true;
-  }
-  return false;
-}
-
-bool HasStringValue(const CFField& field, const std::string& value) {
-  const std::vector<CFValue>& categories = field.GetValues();
-  return std::any_of(categories.begin(), categories.end(), [&](const CFValue& category) {
-    return category.GetDatum().GetString() == value;
-  });
 }
 
 } // namespace

@@ -368,8 +368,13 @@ TEST_F(AnalysisTest, PeriodsAsDatesAndCyclicValues) {
   EXPECT_EQ(year.spec.scenarioPeriod.thruPeriods, (std::vector<int32_t>{2023}));
   EXPECT_EQ(year.spec.modelTimePoints, 3);
 
-  const Result months = Anly("cyclic", Period("TIMES=ABSOLUTE START=2020 11 END=2021 2"));
+  // A range of target fields passes over the cycle fields and sets the string aside.
+  const Result months = Anly("cyclic", Period("TIMES=ABSOLUTE START=2020 11 END=2021 2") +
+                                           "/TARGETLIST FIELDS=sales TO note");
   ASSERT_TRUE(months.ok) << months.Describe();
+  EXPECT_EQ(months.spec.targetLists[0].fields,
+            (std::vector<QuorVarName>{QuorVarName("cost"), QuorVarName("price"),
+                                      QuorVarName("sales")}));
   EXPECT_EQ(months.spec.scenarioPeriod.startPeriods, (std::vector<int32_t>{2020, 11}));
   EXPECT_EQ(months.spec.scenarioPeriod.endPeriods, (std::vector<int32_t>{2021, 2}));
   EXPECT_EQ(months.spec.modelTimePoints, 4);
