@@ -134,7 +134,7 @@ bool Grammar::Parse(CommandSpec& out) {
     auto open = current.find(group_index);
     if (leading || open == current.end()) {
       if (!leading && !group_tree.LeadingName().empty()) {
-        messages_.SubComNeedSubCom(descriptor->Name(), group_tree.LeadingName());
+        messages_.SubComNeedSubCom(group_tree.LeadingName(), descriptor->Name());  // needed, needer
         return false;
       }
       instances.emplace_back();

@@ -76,6 +76,8 @@ class TCMAnlySpec : public ValidSpec {
   void displayValidSpec() const override;
 
   void SetScoringFlag(bool value) { scoringFlag = value; }
+  // The count of field references of all expressions, counted on the first call.
+  int32_t FieldRefCount();
 
   std::string inputModelPath;
   std::string expressionsPath;

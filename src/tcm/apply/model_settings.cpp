@@ -7,6 +7,8 @@
 #include "host/bridge/zip_reader.h"
 #include "host/data/procedure_data_source.h"
 #include "host/messages/parser_message.h"
+#include "host/syntax/command_spec.h"
+#include "tcm/frame/parser_shell.h"
 #include "tcm/files/model_system_file.h"
 
 namespace {
@@ -36,20 +38,51 @@ bool FindSavedField(const std::string& name, const ProcedureDataSource& dataSour
   return true;
 }
 
+// The count of time points the model keeps: the length of output.timeVariable, which is one list
+// for a date time field and a list per cyclic field otherwise (the period field's, or the top
+// cycle's when that one is missing).
+int32_t SavedTimePoints(JNIJSONHandle output, const ValidSpec& spec) {
+  const JNIJSONHandle variable = JNIJSONObject::get(output, "timeVariable");
+  if (spec.isDateTimeSpec())
+    return static_cast<int32_t>(JNIJSONArray::size(variable));
+  JNIJSONHandle values = JNIJSONObject::get(variable, spec.timeVars.periodVar);
+  if (values == nullptr && !spec.timeVars.cycleVars.empty())
+    values = JNIJSONObject::get(variable, spec.timeVars.cycleVars.front().name);
+  return static_cast<int32_t>(JNIJSONArray::size(values));
+}
+
 } // namespace
 
-bool HasModelSystemMembers(const std::string& path) {
+bool HasModelSystemMembers(const std::string& path, const std::vector<std::string>& members) {
   ZipReader reader(path);
-  for (const char* member : {"StatXML.xml", "TCMGraph.json", "TSDPOutput.json"}) {
+  for (const std::string& member : members) {
     if (!reader.GotoFile(member))
       return false;
   }
   return true;
 }
 
+bool ReadModelSystemPath(const SubComObj& subcommand, const std::vector<std::string>& members,
+                         std::string& path, ParserMessage& messages) {
+  const ParamObj* file = subcommand.getParamObj("FILE");
+  if (file == nullptr) {
+    messages.ParamRequiredForSubCom("FILE", "MODELSYSTEM");
+    return false;
+  }
+  if (!file->getFilePath(path, false, true)) {
+    messages.FileNameInvalid(WrittenPath(*file));
+    return false;
+  }
+  if (!HasModelSystemMembers(path, members)) {
+    messages.SimpleError("INVALID_MODEL_KEY");
+    return false;
+  }
+  return true;
+}
+
 bool ReadModelSettings(const std::string& modelPath, ValidSpec& spec, std::string& settingsJson,
                        std::set<int32_t>& usedVariables, const ProcedureDataSource& dataSource,
-                       ParserMessage& messages) {
+                       ParserMessage& messages, SavedTimeAxis* axis) {
   std::string text;
   ZipReader reader(modelPath);
   const bool read = reader.GotoFile("TSDPOutput.json") && reader.ExportString(text);
@@ -88,32 +121,38 @@ bool ReadModelSettings(const std::string& modelPath, ValidSpec& spec, std::strin
       return false;
     time.timeVar = dateTimeField;
     spec.timeType = variable->GetType() != 0 ? "ISO8601" : "DATETIMEVAR";
-    return true;
-  }
-  const std::vector<std::string> cyclic = StringList(settings, "cyclicFieldList");
-  if (cyclic.empty()) {
-    messages.SimpleError("INVALID_MODEL_KEY");
-    return false;
-  }
-  if (cyclic.size() == 1 && cyclic.front() == "$casecount") {
-    spec.timeType = "NONE";
-    time.periodVar = "$casecount";
-    return true;
-  }
-  // From the highest level down; the last, innermost field counts the periods.
-  for (std::size_t i = 0; i < cyclic.size(); ++i) {
-    if (!FindSavedField(cyclic[i], dataSource, usedVariables, messages))
+  } else {
+    const std::vector<std::string> cyclic = StringList(settings, "cyclicFieldList");
+    if (cyclic.empty()) {
+      messages.SimpleError("INVALID_MODEL_KEY");
       return false;
-    if (i + 1 < cyclic.size()) {
-      CycleVariable cycle;
-      cycle.name = cyclic[i];
-      cycle.length = 1;
-      time.cycleVars.push_back(cycle);
+    }
+    if (cyclic.size() == 1 && cyclic.front() == "$casecount") {
+      spec.timeType = "NONE";
+      time.periodVar = "$casecount";
     } else {
-      time.periodVar = cyclic[i];
+      // From the highest level down; the last, innermost field counts the periods.
+      for (std::size_t i = 0; i < cyclic.size(); ++i) {
+        if (!FindSavedField(cyclic[i], dataSource, usedVariables, messages))
+          return false;
+        if (i + 1 < cyclic.size()) {
+          CycleVariable cycle;
+          cycle.name = cyclic[i];
+          cycle.length = 1;
+          time.cycleVars.push_back(cycle);
+        } else {
+          time.periodVar = cyclic[i];
+        }
+      }
+      spec.timeType =
+          dataSource.GetTrendsInfo().GetNDateVars() >= 1 ? "DATESPEC" : "CYCLICPERIODS";
+      const JNIJSONHandle level = JNIJSONObject::get(settings, "aggreLevel");
+      if (axis != nullptr && level != nullptr)
+        axis->aggregationLevel = JNIJSONInteger::intValue(level);
     }
   }
-  spec.timeType = dataSource.GetTrendsInfo().GetNDateVars() >= 1 ? "DATESPEC" : "CYCLICPERIODS";
+  if (axis != nullptr)
+    axis->modelTimePoints = SavedTimePoints(JNIJSONObject::get(json.getTop(), "output"), spec);
   return true;
 }
 

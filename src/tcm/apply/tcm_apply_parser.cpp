@@ -62,20 +62,9 @@ bool TCMApplyParser::ReadGlobalGroup(const GroupComObj& global) {
 }
 
 bool TCMApplyParser::ReadModelSystem(const SubComObj* subcommand) {
-  if (subcommand != nullptr) {
-    const ParamObj* file = subcommand->getParamObj("FILE");
-    if (file == nullptr) {
-      messages->ParamRequiredForSubCom("FILE", "MODELSYSTEM");
-      return false;
-    }
-    if (!file->getFilePath(applySpec->inputModelPath, false, true)) {
-      messages->FileNameInvalid(WrittenPath(*file));
-      return false;
-    }
-    if (!HasModelSystemMembers(applySpec->inputModelPath)) {
-      messages->SimpleError("INVALID_MODEL_KEY");
-      return false;
-    }
+  if (subcommand != nullptr &&
+      !ReadModelSystemPath(*subcommand, kModelSystemMembers, applySpec->inputModelPath, *messages)) {
+    return false;
   }
   return ReadModelSettings(applySpec->inputModelPath, *spec, applySpec->modelSettingsJson,
                            usedVariables, *dataSource, *messages);

@@ -3,6 +3,7 @@
 #include "tcm/common/dim_filters.h"
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 
 #include "host/bridge/cf_metadata.h"
@@ -25,19 +26,11 @@ std::string JoinTokens(const std::vector<const TokenInfoObj*>& tokens) {
   return text;
 }
 
-// "(KEYWORD = v1 v2 ... )": parentheses around, INCLUDE or EXCLUDE, the equals sign, and at least
-// one value.
-bool IsWellFormed(const std::vector<const TokenInfoObj*>& group) {
-  if (group.size() <= 4)
-    return false;
-  if (group.front()->getOperatorCode() != host::kOpOpenParen)
-    return false;
-  if (group.back()->getOperatorCode() != host::kOpCloseParen)
-    return false;
-  const std::string& keyword = group[1]->getUpperString();
-  if (keyword != "INCLUDE" && keyword != "EXCLUDE")
-    return false;
-  return group[2]->getOperatorCode() == host::kOpEquals;
+// "(KEYWORD = v1 v2 ... )": parentheses around, a word, the equals sign, and at least one value.
+bool HasFilterShape(const std::vector<const TokenInfoObj*>& group) {
+  return group.size() > 4 && group.front()->getOperatorCode() == host::kOpOpenParen &&
+         group.back()->getOperatorCode() == host::kOpCloseParen &&
+         group[2]->getOperatorCode() == host::kOpEquals;
 }
 
 // Whether `value` is one of the numeric categories of `field`, both sides read as numbers.
@@ -63,10 +56,16 @@ bool HasStringValue(const CFField& field, const std::string& value) {
   });
 }
 
-} // namespace
+// Reads the tokens of one field's parentheses, the opening and closing ones included, into
+// `filter`; false once reported.
+using FilterGroupReader =
+    std::function<bool(const std::vector<const TokenInfoObj*>& group, DimValueFilter& filter)>;
 
-bool ReadDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
-                   const std::vector<QuorVarName>& dimensions, ParserMessage* messages) {
+// The walk that both syntaxes share: a dimension field, then its parenthesised group, as often
+// as the tokens go on.
+bool ReadFilterGroups(std::vector<DimValueFilter>& filters, const ParamObj& param,
+                      const std::vector<QuorVarName>& dimensions, ParserMessage* messages,
+                      const FilterGroupReader& readGroup) {
   const std::string& subcommand = param.getSubComExtName();
   std::vector<TokenInfoObj> tokens;
   param.getTokenList(tokens);
@@ -97,15 +96,29 @@ bool ReadDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
       if (token.getOperatorCode() == host::kOpCloseParen)
         break;
     }
-    if (!IsWellFormed(group)) {
+    DimValueFilter filter;
+    filter.field = name.GetName();
+    if (!readGroup(group, filter))
+      return false;
+    filters.push_back(std::move(filter));
+  }
+  return true;
+}
+
+} // namespace
+
+bool ReadDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
+                   const std::vector<QuorVarName>& dimensions, ParserMessage* messages) {
+  const std::string& subcommand = param.getSubComExtName();
+  return ReadFilterGroups(filters, param, dimensions, messages, [&](const auto& group,
+                                                                    DimValueFilter& filter) {
+    const std::string keyword = group.size() > 1 ? group[1]->getUpperString() : std::string();
+    if (!HasFilterShape(group) || (keyword != "INCLUDE" && keyword != "EXCLUDE")) {
       if (messages)
         messages->InvalidParamValue(JoinTokens(group), kDimValues, subcommand);
       return false;
     }
-
-    DimValueFilter filter;
-    filter.field = name.GetName();
-    filter.include = group[1]->getUpperString() == "INCLUDE";
+    filter.include = keyword == "INCLUDE";
     for (std::size_t index = 3; index + 1 < group.size(); ++index) {
       const std::string& value = group[index]->getString();
       if (value == "ALL" || value == "TO") {
@@ -115,9 +128,37 @@ bool ReadDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
       }
       filter.values.push_back(value);
     }
-    filters.push_back(std::move(filter));
-  }
-  return true;
+    return true;
+  });
+}
+
+bool ReadAnalysisDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
+                           const std::vector<QuorVarName>& dimensions, bool severalValues,
+                           ParserMessage* messages) {
+  const std::string& subcommand = param.getSubComExtName();
+  const char* const keyword = severalValues ? "VALUES" : "VALUE";
+  return ReadFilterGroups(filters, param, dimensions, messages, [&](const auto& group,
+                                                                    DimValueFilter& filter) {
+    if (!HasFilterShape(group)) {
+      if (messages)
+        messages->InvalidParamValue(JoinTokens(group), kDimValues, subcommand);
+      return false;
+    }
+    if (group[1]->getUpperString() != keyword) {
+      if (messages)
+        messages->ParamRequiredForSubCom(keyword, subcommand);
+      return false;
+    }
+    // Values as written: ALL and TO are values like any other here.
+    for (std::size_t index = 3; index + 1 < group.size(); ++index)
+      filter.values.push_back(group[index]->getString());
+    if (!severalValues && filter.values.size() > 1) {
+      if (messages)
+        messages->TooLongVarList("VALUE", subcommand, 1);
+      return false;
+    }
+    return true;
+  });
 }
 
 bool CheckDimFilters(const CFMetaData& metaData, std::vector<DimValueFilter>& filters,

@@ -16,6 +16,12 @@ class ParserMessage;
 // `dimensions`. False once a fault was reported.
 bool ReadDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
                    const std::vector<QuorVarName>& dimensions, ParserMessage* messages);
+// Reads "field(VALUES=v1 v2) field2(VALUES=v3)", or with `severalValues` false
+// "field(VALUE=v1)", into `filters`, all of them INCLUDE filters. Every field must be one of
+// `dimensions`; ALL and TO are plain values. False once a fault was reported.
+bool ReadAnalysisDimValues(std::vector<DimValueFilter>& filters, const ParamObj& param,
+                           const std::vector<QuorVarName>& dimensions, bool severalValues,
+                           ParserMessage* messages);
 // Checks every filter's values against the field's categories and turns EXCLUDE filters into
 // INCLUDE filters of the other values. `label` names the place in messages ("DATAFILTER").
 bool CheckDimFilters(const CFMetaData& metaData, std::vector<DimValueFilter>& filters,

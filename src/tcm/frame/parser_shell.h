@@ -59,18 +59,25 @@ class TCMParserShell : public CommandDescriptor {
   // Reads a list of variables with TO ranges and ALL into `out` (dictionary spelling, no
   // duplicates, in the order of a set); string variables that are no dimensions are set aside
   // with a warning. `numericOnly` refuses dimensions and time variables. On a saved model
-  // system ALL is refused and a TO range may run backwards.
+  // system ALL is refused and a TO range may run backwards. `targets` is the stricter list of
+  // TARGETLIST: ALL is no name at all, and a dimension or time variable is refused as
+  // WRONG_TARGET_FIELD_KEY (it implies `numericOnly`).
   bool ReadFieldList(const ParamObj& param, std::vector<QuorVarName>& out,
-                     const std::string& subcommand, bool numericOnly);
+                     const std::string& subcommand, bool numericOnly, bool targets = false);
   bool CheckField(const std::string& name, const std::string& param, const std::string& subcommand,
                   std::vector<QuorVarName>& set, std::vector<std::string>& ignored,
-                  bool numericOnly);
+                  bool numericOnly, bool targets = false);
   // The time variables of the settings: timeVar, periodVar and the cycle variables.
   bool IsTimeVariable(const std::string& name) const;
 
   // ESTIMATIONPERIOD of BUILDOPTIONS or OPTIONS, `subcommand` naming which in messages; the
   // time type and time variables must be known. (read_estimation_period.cpp)
   bool ReadEstimationPeriod(const ParamObj& param, const std::string& subcommand);
+  // A date literal of TIMES (or of a scenario period) into `time` and its print format `kind`:
+  // read as the time variable's values by `formatKind` 0, as ISO 8601 by 1; -1 is FORMAT not
+  // given. The messages name TIMES and `subcommand`.
+  bool ReadDateLiteral(const std::string& literal, int32_t formatKind, int64_t& time,
+                       int32_t& kind, const std::string& subcommand);
   // START or END of TIMES: a date literal into `time` and `kind`, or period integers.
   bool ReadPeriodValue(const std::vector<TokenInfoObj>& tokens, int64_t& time,
                        std::vector<int32_t>& periods, int32_t& kind,

@@ -190,6 +190,59 @@ bool TCMParserShell::ReadEstimationPeriod(const ParamObj& param, const std::stri
   return true;
 }
 
+bool TCMParserShell::ReadDateLiteral(const std::string& literal, int32_t formatKind,
+                                     int64_t& time, int32_t& kind, const std::string& subcommand) {
+  const std::string& timeType = spec->timeType;
+  const bool saved = OnSavedModel();
+  if (!IsDateTimeType(timeType)) {
+    messages->ParamNeedIntegerList("TIMES", subcommand);
+    return false;
+  }
+  if (formatKind < 0) {
+    messages->ParamNeedParam("FORMAT", "TIMES", "");
+    return false;
+  }
+  if (formatKind == 0) {
+    const std::string& timeVar = spec->timeVars.timeVar;
+    VarSpecObj variable("TIMES", subcommand, this, dataSource, true);
+    if (variable.ValidateVariable(timeVar) < 0) {
+      // TCM MODEL names the time variable where it was given; a saved model has it from the file.
+      messages->InvalidVarName(timeVar, "TIMEVAR", saved ? subcommand : "DATASETTINGS");
+      return false;
+    }
+    double value = 0.0;
+    int32_t format = 0;
+    if (!variable.ValidateCatValue(literal, value, format)) {
+      messages->InvalidCatValue(timeVar, literal, "TIMES", subcommand);
+      return false;
+    }
+    time = ftisqq(NumericStorageStatToCF(value, 6));
+    kind = format;
+    return true;
+  }
+  if (formatKind == 1) {
+    std::string text;
+    int textKind = 0;
+    if (!ParseTimeText(literal, text, textKind, messages, "OPTIONS")) {
+      messages->InvalidParamValue(literal, "TIMES", subcommand);
+      return false;
+    }
+    const double value = textKind == kTimeKind
+                             ? TimeConverter::convertTimeFromISOFormatToQUORDouble(text)
+                             : TimeConverter::convertDateFromISOFormatToQUORDouble(text);
+    // 0.0 is the converters' failure value; a time of 0 would also read as "not given".
+    if (value == 0.0) {
+      messages->InvalidParamValue(literal, "TIMES", subcommand);
+      return false;
+    }
+    time = ftisqq(NumericFormatStatToCF(value, 22));
+    kind = textKind;
+    return true;
+  }
+  messages->InvalidParamValue(literal, "FORMAT", subcommand);
+  return false;
+}
+
 bool TCMParserShell::ReadPeriodValue(const std::vector<TokenInfoObj>& tokens, int64_t& time,
                                      std::vector<int32_t>& periods, int32_t& kind,
                                      const std::string& subcommand) {
@@ -207,55 +260,7 @@ bool TCMParserShell::ReadPeriodValue(const std::vector<TokenInfoObj>& tokens, in
       }
       return false;
     }
-    // A date literal: it reads as the time variable's values do, or as ISO 8601.
-    const std::string& literal = token.getString();
-    if (!IsDateTimeType(timeType)) {
-      messages->ParamNeedIntegerList("TIMES", subcommand);
-      return false;
-    }
-    if (options.dateFormat < 0) {
-      messages->ParamNeedParam("FORMAT", "TIMES", "");
-      return false;
-    }
-    if (options.dateFormat == 0) {
-      const std::string& timeVar = spec->timeVars.timeVar;
-      VarSpecObj variable("TIMES", subcommand, this, dataSource, true);
-      if (variable.ValidateVariable(timeVar) < 0) {
-        // TCM MODEL names the time variable where it was given; a saved model has it from the file.
-        messages->InvalidVarName(timeVar, "TIMEVAR", saved ? subcommand : "DATASETTINGS");
-        return false;
-      }
-      double value = 0.0;
-      int32_t format = 0;
-      if (!variable.ValidateCatValue(literal, value, format)) {
-        messages->InvalidCatValue(timeVar, literal, "TIMES", subcommand);
-        return false;
-      }
-      time = ftisqq(NumericStorageStatToCF(value, 6));
-      kind = format;
-      return true;
-    }
-    if (options.dateFormat == 1) {
-      std::string text;
-      int textKind = 0;
-      if (!ParseTimeText(literal, text, textKind, messages, "OPTIONS")) {
-        messages->InvalidParamValue(literal, "TIMES", subcommand);
-        return false;
-      }
-      const double value = textKind == kTimeKind
-                               ? TimeConverter::convertTimeFromISOFormatToQUORDouble(text)
-                               : TimeConverter::convertDateFromISOFormatToQUORDouble(text);
-      // 0.0 is the converters' failure value; a time of 0 would also read as "not given".
-      if (value == 0.0) {
-        messages->InvalidParamValue(literal, "TIMES", subcommand);
-        return false;
-      }
-      time = ftisqq(NumericFormatStatToCF(value, 22));
-      kind = textKind;
-      return true;
-    }
-    messages->InvalidParamValue(literal, "FORMAT", subcommand);
-    return false;
+    return ReadDateLiteral(token.getString(), options.dateFormat, time, kind, subcommand);
   }
 
   // Integers: one period value for each cycle variable and one for the period variable.

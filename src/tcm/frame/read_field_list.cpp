@@ -39,7 +39,8 @@ bool TCMParserShell::IsTimeVariable(const std::string& name) const {
 
 bool TCMParserShell::CheckField(const std::string& name, const std::string& param,
                                 const std::string& subcommand, std::vector<QuorVarName>& set,
-                                std::vector<std::string>& ignored, bool numericOnly) {
+                                std::vector<std::string>& ignored, bool numericOnly,
+                                bool targets) {
   const int index = dataSource->FindVarIndex(name, 0);
   const QUOR_Variable* variable = index < 0 ? nullptr : dataSource->GetVariable(index);
   if (variable == nullptr) {
@@ -52,11 +53,14 @@ bool TCMParserShell::CheckField(const std::string& name, const std::string& para
       AddOnce(ignored, exact);
       return true;
     }
-    messages->SimpleError("WRONG_TARGET_KEY", subcommand, name);
+    messages->SimpleError(targets ? "WRONG_TARGET_FIELD_KEY" : "WRONG_TARGET_KEY", subcommand,
+                          name);
     return false;
   }
-  if (numericOnly && (InDimensions(spec->dimensions, exact) || IsTimeVariable(exact))) {
-    messages->SimpleError("WRONG_TARGET_KEY", subcommand, name);
+  const bool timeOrDimension = InDimensions(spec->dimensions, exact) || IsTimeVariable(exact);
+  if ((numericOnly || targets) && timeOrDimension) {
+    messages->SimpleError(targets ? "WRONG_TARGET_FIELD_KEY" : "WRONG_TARGET_KEY", subcommand,
+                          name);
     return false;
   }
   AddOnce(set, exact);
@@ -64,7 +68,9 @@ bool TCMParserShell::CheckField(const std::string& name, const std::string& para
 }
 
 bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarName>& out,
-                                   const std::string& subcommand, bool numericOnly) {
+                                   const std::string& subcommand, bool numericOnly,
+                                   bool targets) {
+  numericOnly = numericOnly || targets;
   const std::string name = param.getParamName();
   std::vector<TokenInfoObj> tokens;
   if (!param.getTokenList(tokens)) {
@@ -79,13 +85,13 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
   for (size_t i = 0; i < tokens.size(); ++i) {
     std::string var;
     if (tokens[i].getVarName(var)) {
-      if (!CheckField(var, name, subcommand, set, ignored, numericOnly))
+      if (!CheckField(var, name, subcommand, set, ignored, numericOnly, targets))
         return false;
       previous = dataSource->FindVarIndex(var, 0);
       continue;
     }
     const std::string& upper = tokens[i].getUpperString();
-    if (upper == "ALL") {
+    if (upper == "ALL" && !targets) {
       if (saved) {
         messages->InvalidParamOption("ALL", "FIELDS", subcommand);
         return false;
@@ -110,14 +116,19 @@ bool TCMParserShell::ReadFieldList(const ParamObj& param, std::vector<QuorVarNam
       return false;
     }
     if (saved) {
-      // The far end is a field like any other; the variables between join when numeric.
-      if (!CheckField(last, name, subcommand, set, ignored, numericOnly))
+      // The far end is a field like any other; the variables between join when numeric, and
+      // a list that takes no dimension or time variable passes over them quietly.
+      if (!CheckField(last, name, subcommand, set, ignored, numericOnly, targets))
         return false;
       const int end = dataSource->FindVarIndex(last, 0);
       for (int index = std::min(previous, end) + 1; index < std::max(previous, end); ++index) {
         const QUOR_Variable* variable = dataSource->GetVariable(index);
-        if (variable != nullptr && variable->GetType() == 0)
-          AddOnce(set, variable->GetName());
+        if (variable == nullptr || variable->GetType() != 0)
+          continue;
+        const std::string& exact = variable->GetName();
+        if (numericOnly && (InDimensions(spec->dimensions, exact) || IsTimeVariable(exact)))
+          continue;
+        AddOnce(set, exact);
       }
       previous = end;
       continue;

@@ -102,7 +102,7 @@ TEST(UniversalParser, RepeatingGroups) {
   EXPECT_EQ(no_global.spec.getGlobalGroupObj(), nullptr);
 
   ExpectFault(ParseWith(syntax_test::ModelTree(), "TCM MODEL /FIELDS TARGETS=a /FIELDSGROUP"),
-              "SubComNeedSubCom", {"FIELDS", "FIELDSGROUP"}, "member first");
+              "SubComNeedSubCom", {"FIELDSGROUP", "FIELDS"}, "member first");
   ExpectFault(ParseWith(syntax_test::ModelTree(), "TCM MODEL /DATASETTINGS TIMETYPE=NONE"),
               "SubComRequired", {"FIELDSGROUP, FIELDS"}, "no group");
   ExpectFault(ParseWith(syntax_test::ModelTree(), "TCM MODEL /FIELDSGROUP /FIELDSGROUP"),
