@@ -182,11 +182,14 @@ private:
     const std::size_t room = Room(indent);
     const std::vector<std::string> pieces = Wrap(text, room);
     BoxLine(indent, pieces.front());
+    if (pieces.size() == 1)
+      return;
+    // The rest is wrapped anew at its own width (the first line is a prefix of the text): the
+    // pieces cut for the first width would each leave a stub at the narrower one.
     const std::size_t deeper = room > 20 ? indent + 2 : indent;
-    for (std::size_t i = 1; i < pieces.size(); ++i) {
-      for (const auto &piece : Wrap(pieces[i], Room(deeper)))
-        BoxLine(deeper, piece);
-    }
+    const std::size_t from = text.find_first_not_of(' ', pieces.front().size());
+    for (const auto &piece : Wrap(text.substr(from == std::string::npos ? text.size() : from), Room(deeper)))
+      BoxLine(deeper, piece);
   }
   // A line drawn as it is (a line of a box, already fitted).
   void BoxLine(std::size_t indent, const std::string &text) {

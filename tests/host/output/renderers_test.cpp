@@ -287,6 +287,13 @@ TEST(TextWidth, WideTablesSplitIntoPanelsThatRepeatTheRowLabels) {
       table.rows[r].push_back(NumberCell(1234.5 * c, 3));
   }
   table.rows[1][11] = TextCell(std::string(150, 'x') + " a long note that cannot fit");
+  // A long message wraps into full lines, its continuations indented, with no stub between.
+  OutputNode *message = document.root.AddChild(NodeKind::Message);
+  message->message.severity = Severity::Error;
+  std::string words;  // of ten columns with their space, so that a line of 100 holds ten
+  for (int k = 0; k < 40; ++k)
+    words += std::string(8, 'w') + std::to_string(k % 10) + " ";
+  message->message.text = words + "end.";
   struct Case {
     std::size_t width;
     std::size_t panels;  // 0: any count above one
@@ -308,6 +315,10 @@ TEST(TextWidth, WideTablesSplitIntoPanelsThatRepeatTheRowLabels) {
     EXPECT_EQ(Count(text, "Target"), panels);  // the corner, with the row labels, in every panel
     EXPECT_EQ(Count(text, "(columns "), panels > 1 ? panels : 0u);
     EXPECT_EQ(Count(text, "x"), 150u) << text;  // the long cell is all there, wrapped or not
+    const std::vector<std::string> lines = LinesOf(text.substr(text.find("Error: ")));
+    for (std::size_t i = 0; c.width >= 60 && c.width < 400 && i + 1 < lines.size() && !lines[i + 1].empty(); ++i)
+      EXPECT_GT(lines[i].size() + 12, c.width) << text;  // short of the width by a word at most
+    EXPECT_NE(text.find("wwwwwwww9 end."), std::string::npos);
   }
 }
 
