@@ -160,27 +160,30 @@ std::vector<engine::Message> ASRunner::PendingMessages() const {
   return messages;
 }
 
+void PostEngineMessage(engine::Severity severity, const std::string& text) {
+  host::MessageRecord record;
+  record.severity = HostSeverity(severity);
+  record.source = kEngineSource;
+  record.args = {text};
+  record.text = FacSTDictionary::Shared().Format(host::msg::kEngineMessage, record.args);
+  host::Session* session = host::CurrentSession();
+  if (session != nullptr) {
+    record.command = session->command.name;
+    session->Post(std::move(record));
+    return;
+  }
+  const char* word = record.severity == host::Severity::Error     ? "Error"
+                     : record.severity == host::Severity::Warning ? "Warning"
+                                                                  : "Note";
+  std::cerr << word << ": " << record.text << '\n';
+}
+
 void ASRunner::displayAllMessages(bool /*all*/) {
   CollectJobMessages();
   std::vector<engine::Message> messages;
   messages.swap(queued_);
-  host::Session* session = host::CurrentSession();
-  for (const engine::Message& message : messages) {
-    host::MessageRecord record;
-    record.severity = HostSeverity(message.severity);
-    record.source = kEngineSource;
-    record.args = {message.text};
-    record.text = FacSTDictionary::Shared().Format(host::msg::kEngineMessage, record.args);
-    if (session != nullptr) {
-      record.command = session->command.name;
-      session->Post(std::move(record));
-    } else {
-      const char* word = record.severity == host::Severity::Error     ? "Error"
-                         : record.severity == host::Severity::Warning ? "Warning"
-                                                                      : "Note";
-      std::cerr << word << ": " << record.text << '\n';
-    }
-  }
+  for (const engine::Message& message : messages)
+    PostEngineMessage(message.severity, message.text);
 }
 
 void ASRunner::cleanJRef() {

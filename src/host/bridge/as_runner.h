@@ -24,6 +24,10 @@ inline constexpr const char* kBridgeKeys[] = {kEngineMessage, kEngineNoJob, kEng
                                               kEngineDataModel, kEngineProgress};
 } // namespace host::msg
 
+// Posts one message to the current session's output as displayAllMessages does (source
+// "ENGINE"); outside a session to standard error. For the bridge's jobs that run without a runner.
+void PostEngineMessage(engine::Severity severity, const std::string& text);
+
 // Per job: prepareASLJob, optionally addInputIterator, execute (or executeDescriptive), reading of
 // results, displayAllMessages, cleanJRef, cleanExecution. Nothing here throws.
 class ASRunner {
