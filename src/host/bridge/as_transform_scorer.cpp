@@ -382,6 +382,8 @@ std::string_view LocalName(const pugi::xml_node& node) {
   return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
+constexpr int kMaxDepth = 1000;
+
 // Builds the nodes of a file's derived fields, on demand from the targets down.
 class Builder {
  public:
@@ -413,6 +415,8 @@ class Builder {
     }
     const pugi::xml_node definition = definitions_.at(name);
     slots_[name] = -1;
+    const int outer = height_;
+    height_ = 0;
     NodePtr node;
     for (pugi::xml_node child : definition.children()) {
       if (child.type() != pugi::node_element || Skipped(child)) continue;
@@ -421,6 +425,8 @@ class Builder {
     }
     if (!node) Form(definition, "holds no expression");
     program_.derived.push_back(std::move(node));
+    slot_heights_.push_back(height_);
+    height_ = outer;
     const std::size_t slot = program_.derived.size() - 1;
     slots_[name] = static_cast<int>(slot);
     return slot;
@@ -468,10 +474,26 @@ class Builder {
     if (!Defines(name))
       Form(node, "refers to " + name +
                      ", which is neither a field of the data nor a derived field of the file");
-    return std::make_unique<DerivedNode>(Derived(name, node), std::move(map_missing_to));
+    const std::size_t slot = Derived(name, node);
+    height_ = std::max(height_, slot_heights_[slot]);
+    return std::make_unique<DerivedNode>(slot, std::move(map_missing_to));
   }
 
+  // Evaluation recurses as deep as expressions nest, through derived fields too, and so does the
+  // building: a bound on both keeps a runaway file from exhausting the stack.
   NodePtr Expression(const pugi::xml_node& node) {
+    const int outer = height_;
+    height_ = 0;
+    NodePtr built;
+    if (++depth_ <= kMaxDepth) built = Element(node);
+    --depth_;
+    height_ = std::max(outer, height_ + 1);
+    if (!built || height_ > kMaxDepth)
+      Form(node, "nests expressions deeper than " + std::to_string(kMaxDepth) + " levels");
+    return built;
+  }
+
+  NodePtr Element(const pugi::xml_node& node) {
     const std::string_view name = LocalName(node);
     if (name == "Constant") return Constant(node);
     if (name == "FieldRef") return Reference(node, "field", OptionalValue(node, "mapMissingTo"));
@@ -508,7 +530,8 @@ class Builder {
       Form(node, "calls " + function + " with " + std::to_string(count) +
                      (count == 1 ? " argument" : " arguments") + "; it takes " + wanted);
     }
-    return std::make_unique<ApplyNode>(spec->fn, std::move(args), OptionalValue(node, "mapMissingTo"),
+    return std::make_unique<ApplyNode>(spec->fn, std::move(args),
+                                       OptionalValue(node, "mapMissingTo"),
                                        OptionalValue(node, "defaultValue"));
   }
 
@@ -550,7 +573,8 @@ class Builder {
       const std::string_view name = LocalName(child);
       if (name == "FieldColumnPair") {
         inputs.push_back(Reference(child, "field"));
-        columns.push_back(support::Attribute(child, "column"));
+        const std::string column = support::Attribute(child, "column");
+        columns.emplace_back(column.substr(column.find(':') + 1));
       } else if (name == "InlineTable") {
         table = child;
       } else {
@@ -585,6 +609,9 @@ class Builder {
   Program& program_;
   std::map<std::string, pugi::xml_node> definitions_;
   std::map<std::string, int> slots_;  // -1 while being built
+  std::vector<int> slot_heights_;      // by slot: the levels of its expression
+  int depth_ = 0;                      // of the building's recursion
+  int height_ = 0;                     // of the expression being built, so far
 };
 
 // The value of a stream cell, by the field's storage.

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <optional>
 
 #include "host/bridge/as_data_model.h"
@@ -12,7 +11,6 @@
 #include "host/bridge/as_transform_scorer.h"
 #include "host/bridge/embedded_as.h"
 #include "host/data/dataset.h"
-#include "host/data/print_format.h"
 #include "host/data/procedure_data_source.h"
 #include "host/messages/fac_st_dictionary.h"
 #include "host/output/document.h"
@@ -25,40 +23,32 @@ namespace {
 
 constexpr double kMiss = host::kSysMiss;
 
-// Rows of fields x, y, z (reals), n (integer), region (text) and gap (a real, always missing);
-// a cell is its text, or none for missing.
+// Rows of the real fields x, y, z, n, the text field region and gap, a real always missing; a
+// cell is its text, or none for missing.
 class TableRows : public engine::RowIterator {
  public:
   explicit TableRows(std::vector<std::vector<std::optional<std::string>>> rows)
       : rows_(std::move(rows)) {}
   std::string DataModelXml() const override {
-    return "<DataModel><Field name='x' storage='real'/><Field name='y' storage='real'/>"
-           "<Field name='z' storage='real'/><Field name='n' storage='integer'/>"
-           "<Field name='region' storage='string'/><Field name='gap' storage='real'/></DataModel>";
+    std::string xml = "<DataModel>";
+    for (const char* name : {"x", "y", "z", "n", "region", "gap"})
+      xml += std::string("<Field name='") + name + "' storage='" +
+             (name == std::string("region") ? "string" : "real") + "'/>";
+    return xml + "</DataModel>";
   }
   bool Next() override { return ++current_ < rows_.size(); }
   bool Value(std::size_t index, const void** data, std::size_t* length) override {
     if (current_ >= rows_.size() || index > 5) return false;
     const std::optional<std::string>& cell = index < 5 ? rows_[current_][index] : std::nullopt;
-    *data = nullptr;
-    if (!cell) return true;
-    if (index == 4) {
-      *data = cell->data();
-      *length = cell->size();
-    } else if (index == 3) {
-      integer_ = std::stoi(*cell);
-      *data = &integer_;
-    } else {
-      real_ = std::stod(*cell);
-      *data = &real_;
-    }
+    real_ = cell && index != 4 ? std::stod(*cell) : 0.0;
+    *data = !cell ? nullptr : index == 4 ? static_cast<const void*>(cell->data()) : &real_;
+    *length = cell ? cell->size() : 0;
     return true;
   }
 
  private:
   std::vector<std::vector<std::optional<std::string>>> rows_;
   std::size_t current_ = static_cast<std::size_t>(-1);
-  std::int32_t integer_ = 0;
   double real_ = 0.0;
 };
 
@@ -87,21 +77,31 @@ std::string Map(const std::string& field, const std::string& extra) {
 
 // A file of the derived fields given (name, body), on lines of their own.
 std::string File(const std::vector<std::pair<std::string, std::string>>& fields) {
-  std::string text = "<?xml version=\"1.0\"?>\n<PMML version=\"4.4\">\n<TransformationDictionary>\n";
+  std::string text = "<?xml version=\"1.0\"?>\n<PMML>\n<TransformationDictionary>\n";
   for (const auto& [name, body] : fields)
     text += "<DerivedField name=\"" + name + "\" optype=\"continuous\">\n" + body +
             "\n</DerivedField>\n";
   return text + "</TransformationDictionary>\n</PMML>\n";
 }
 
+struct InSession {
+  host::OutputDocument document;
+  host::Session session;
+  std::unique_ptr<host::SessionScope> scope;
+  InSession() {
+    session.document = &document;
+    scope = std::make_unique<host::SessionScope>(session);
+  }
+};
+
+// One row: x 6, y -2, z 0, n 3, region "E", gap missing.
 struct Scoring {
   support::TempFile file = std::move(support::TempFile::Create(".xml").value());
-  EmbeddedAS::RowDataIterator rows;
+  EmbeddedAS::RowDataIterator rows{
+      std::make_unique<TableRows>(std::vector<std::vector<std::optional<std::string>>>{
+          {"6", "-2", "0", "3", "E"}})};
   ASTransformScorer scorer;
 
-  explicit Scoring(std::vector<std::vector<std::optional<std::string>>> table = {
-                       {"6", "-2", "0", "3", "E"}})
-      : rows(std::make_unique<TableRows>(std::move(table))) {}
   bool Prepare(const std::string& text, const std::vector<std::string>& targets,
                bool skip = false) {
     EXPECT_TRUE(support::WriteFileAtomically(file.path(), text).ok());
@@ -117,76 +117,45 @@ TEST(ASTransformScorer, EachElementAndFunctionGivesTheHandValue) {
     double expected;
   };
   const std::vector<Case> cases = {
-      {A("+", {x, C("1.5")}), 7.5},
-      {A("-", {x, y}), 8},
-      {A("*", {x, n}), 18},
-      {A("/", {x, y}), -3},
-      {A("/", {x, z}), kMiss},
-      {A("/", {x, z}, " defaultValue=\"0\""), 0},
-      {A("+", {x, gap}), kMiss},
-      {A("+", {x, gap}, " mapMissingTo=\"-1\""), -1},
+      {A("+", {x, C("1.5")}), 7.5}, {A("-", {x, y}), 8}, {A("*", {x, n}), 18},
+      {A("/", {x, y}), -3}, {A("/", {x, z}), kMiss}, {A("/", {x, z}, " defaultValue=\"0\""), 0},
+      {A("+", {x, gap}), kMiss}, {A("+", {x, gap}, " mapMissingTo=\"-1\""), -1},
       {A("*", {x, F("gap", " mapMissingTo=\"4\"")}), 24},
-      {A("equal", {region, C("E", " dataType=\"string\"")}), 1},
-      {A("equal", {n, C("3.0")}), 1},
-      {A("notEqual", {x, C("6")}), 0},
-      {A("lessThan", {y, x}), 1},
-      {A("lessOrEqual", {x, C("6")}), 1},
-      {A("greaterThan", {y, z}), 0},
-      {A("greaterOrEqual", {x, C("7")}), 0},
-      {A("equal", {gap, gap}), kMiss},
-      {A("and", {A("greaterThan", {x, z}), A("lessThan", {y, z}), C("true", " dataType=\"boolean\"")}), 1},
+      {A("equal", {region, C("E", " dataType=\"string\"")}), 1}, {A("equal", {n, C("3.0")}), 1},
+      {A("notEqual", {x, C("6")}), 0}, {A("lessThan", {y, x}), 1},
+      {A("lessOrEqual", {x, C("6")}), 1}, {A("greaterThan", {y, z}), 0},
+      {A("greaterOrEqual", {x, C("7")}), 0}, {A("equal", {gap, gap}), kMiss},
+      {A("and", {A("greaterThan", {x, z}), A("lessThan", {y, z}), C("1", " dataType=\"boolean\"")}),
+       1},
       {A("or", {A("lessThan", {x, z}), A("greaterThan", {y, z})}), 0},
-      {A("not", {A("equal", {region, C("W")})}), 1},
-      {A("and", {C("1"), gap}), kMiss},
+      {A("not", {A("equal", {region, C("W")})}), 1}, {A("and", {C("1"), gap}), kMiss},
       {A("if", {A("greaterThan", {x, C("5")}), C("10"), C("20")}), 10},
       {A("if", {A("lessThan", {x, C("5")}), C("10")}), kMiss},
       {A("if", {A("greaterThan", {x, C("5")}), x, gap}), 6},
       {A("if", {A("greaterThan", {gap, z}), C("1"), C("2")}), kMiss},
-      {A("if", {A("isMissing", {gap}), C("1"), C("2")}), 1},
-      {A("isNotMissing", {gap}), 0},
-      {A("isMissing", {x}), 0},
-      {A("min", {x, y, n}), -2},
-      {A("max", {x, y, n}), 6},
-      {A("sum", {x, y, n}), 7},
-      {A("avg", {x, y, n}), 7.0 / 3.0},
-      {A("max", {x, gap}), kMiss},
-      {A("product", {x, y, n}), -36},
-      {A("median", {x, y, n, z}), 1.5},
-      {A("isIn", {n, C("1"), C("3")}), 1},
-      {A("isNotIn", {region, C("E"), C("W")}), 0},
-      {A("abs", {y}), 2},
-      {A("exp", {n}), std::exp(3.0)},
-      {A("ln", {x}), std::log(6.0)},
-      {A("ln", {y}), kMiss},
-      {A("log10", {C("1000")}), 3},
-      {A("log10", {z}), kMiss},
-      {A("pow", {y, n}), -8},
-      {A("pow", {y, C("0.5")}), kMiss},
-      {A("pow", {z, C("-1")}), kMiss},
-      {A("sqrt", {x}), std::sqrt(6.0)},
-      {A("sqrt", {y}), kMiss},
-      {A("round", {C("2.5")}), 3},
-      {A("round", {C("-2.5")}), -3},
-      {A("floor", {C("-2.5")}), -3},
-      {A("ceil", {C("-2.5")}), -2},
+      {A("if", {A("isMissing", {gap}), C("1"), C("2")}), 1}, {A("isNotMissing", {gap}), 0},
+      {A("isMissing", {x}), 0}, {A("min", {x, y, n}), -2}, {A("max", {x, y, n}), 6},
+      {A("sum", {x, y, n}), 7}, {A("avg", {x, y, n}), 7.0 / 3.0}, {A("max", {x, gap}), kMiss},
+      {A("product", {x, y, n}), -36}, {A("median", {x, y, n, z}), 1.5},
+      {A("isIn", {n, C("1"), C("3")}), 1}, {A("isNotIn", {region, C("E"), C("W")}), 0},
+      {A("abs", {y}), 2}, {A("exp", {n}), std::exp(3.0)}, {A("ln", {x}), std::log(6.0)},
+      {A("ln", {y}), kMiss}, {A("log10", {C("1000")}), 3}, {A("log10", {z}), kMiss},
+      {A("pow", {y, n}), -8}, {A("pow", {y, C("0.5")}), kMiss}, {A("pow", {z, C("-1")}), kMiss},
+      {A("sqrt", {x}), std::sqrt(6.0)}, {A("sqrt", {y}), kMiss}, {A("round", {C("2.5")}), 3},
+      {A("round", {C("-2.5")}), -3}, {A("floor", {C("-2.5")}), -3}, {A("ceil", {C("-2.5")}), -2},
       {A("-", {region, C("1")}), kMiss},  // a text that is no number
-      {C("0", " missing=\"true\""), kMiss},
-      {C("E", " dataType=\"string\""), kMiss},
-      {Norm("x", ""), 2},                                  // 1 + (6-4)*(3-1)/(8-4)
-      {Norm("n", ""), 0.75},
-      {Norm("y", ""), -0.5},                               // the first piece goes on
+      {C("0", " missing=\"true\""), kMiss}, {C("E", " dataType=\"string\""), kMiss},
+      // Points (0,0) (4,1) (8,3): x 6 gives 1 + 2*2/4, n 3 gives 3/4; y -2 and big 60 lie
+      // outside, where the end pieces go on straight.
+      {Norm("x", ""), 2}, {Norm("n", ""), 0.75}, {Norm("y", ""), -0.5}, {Norm("big", ""), 29},
       {Norm("y", " outliers=\"asMissingValues\""), kMiss},
       {Norm("y", " outliers=\"asExtremeValues\""), 0},
-      {Norm("big", ""), 29},                               // 1 + (60-4)*(1/2)
-      {Norm("big", " outliers=\"asExtremeValues\""), 3},
-      {Norm("gap", ""), kMiss},
+      {Norm("big", " outliers=\"asExtremeValues\""), 3}, {Norm("gap", ""), kMiss},
       {Norm("gap", " mapMissingTo=\"0.25\""), 0.25},
-      {Map("region", ""), 1.1},
-      {Map("n", ""), 30},                                  // the integer 3 matches the cell "3"
-      {Map("x", " defaultValue=\"9\""), 9},
-      {Map("x", ""), kMiss},
-      {Map("gap", " mapMissingTo=\"-7\" defaultValue=\"9\""), -7},
-      {F("big"), 60},
+      // Rows E 1.1, 3 30, W without output; the number 3 matches the cell "3".
+      {Map("region", ""), 1.1}, {Map("n", ""), 30},
+      {Map("x", " defaultValue=\"9\""), 9}, {Map("x", ""), kMiss},
+      {Map("gap", " mapMissingTo=\"-7\" defaultValue=\"9\""), -7}, {F("big"), 60},
       {A("+", {F("twice_big"), C("1")}), 121},
   };
   for (const Case& c : cases) {
@@ -194,7 +163,7 @@ TEST(ASTransformScorer, EachElementAndFunctionGivesTheHandValue) {
     const std::string file = File({{"t", c.body},
                                    {"twice_big", A("*", {F("big"), C("2")})},
                                    {"big", A("*", {x, C("10")})}});
-    ASSERT_TRUE(scoring.Prepare(file, {"t", "big"})) << c.body << ": " << scoring.scorer.LastError();
+    ASSERT_TRUE(scoring.Prepare(file, {"t", "big"})) << c.body << scoring.scorer.LastError();
     ASSERT_EQ(scoring.rows.next(), 0);
     ASSERT_TRUE(scoring.scorer.ScoreRecord()) << c.body;
     const std::vector<double>& values = scoring.scorer.GetTargetValues();
@@ -208,41 +177,40 @@ TEST(ASTransformScorer, EachElementAndFunctionGivesTheHandValue) {
 }
 
 TEST(ASTransformScorer, FaultsNameTheElementAndLineAndReachTheOutput) {
-  host::OutputDocument document;
-  host::Session session;
-  session.document = &document;
-  host::SessionScope scope(session);
+  InSession in_session;
   for (const char* key : host::msg::kScorerKeys)
     EXPECT_TRUE(FacSTDictionary::Shared().Has(key)) << key;
+  std::string deep = F("x");
+  for (int i = 0; i < 1000; ++i) deep = A("abs", {deep});
 
   struct Case {
     std::string text;
-    std::vector<std::string> targets;
     std::string message;  // a part of the message
   };
-  // In File's layout the first derived field's body is line 5.
+  // In File's layout the first derived field's body is line 5; "t" is the target.
   const std::vector<Case> cases = {
-      {File({{"t", "<Discretize field=\"x\"/>"}}), {"t"}, ", line 5: the element Discretize "},
-      {File({{"t", A("+", {F("x"), "\n<Lag field=\"x\"/>"})}}), {"t"}, ", line 6: the element Lag "},
-      {File({{"u", C("1")}, {"t", A("cosh", {F("x")})}}), {"t"}, ", line 8: Apply calls the unknown function \"cosh\""},
-      {File({{"t", A("pow", {F("x")})}}), {"t"}, "line 5: the element Apply calls pow with 1 argument; it takes 2."},
-      {File({{"t", F("nope")}}), {"t"}, "refers to nope, which is neither"},
-      {File({{"t", F("u")}, {"u", A("+", {F("t"), C("1")})}}), {"t"}, "t, which depends on itself"},
-      {File({{"t", "<Extension/>"}}), {"t"}, "line 4: the element DerivedField holds no expression"},
-      {File({{"t", Norm("x", " outliers=\"asZero\"")}}), {"t"}, "unknown outliers treatment asZero"},
-      {File({{"t", C("abc", " dataType=\"double\"")}}), {"t"}, "holds \"abc\", no double"},
-      {File({{"t", C("1")}}), {"t", "nosuch"}, "defines no derived field nosuch."},
-      {"this is <no XML", {"t"}, "cannot be read: line 1, column"},
+      {File({{"t", "<Discretize field=\"x\"/>"}}), ", line 5: the element Discretize "},
+      {File({{"t", A("+", {F("x"), "\n<Lag field=\"x\"/>"})}}), ", line 6: the element Lag "},
+      {File({{"u", C("1")}, {"t", A("cosh", {F("x")})}}), ", line 8: Apply calls the unknown"},
+      {File({{"t", A("pow", {F("x")})}}), "line 5: the element Apply calls pow with 1 argument;"},
+      {File({{"t", F("nope")}}), "refers to nope, which is neither"},
+      {File({{"t", F("u")}, {"u", A("+", {F("t"), C("1")})}}), "t, which depends on itself"},
+      {File({{"t", "<Extension/>"}}), "line 4: the element DerivedField holds no expression"},
+      {File({{"t", Norm("x", " outliers=\"asZero\"")}}), "unknown outliers treatment asZero"},
+      {File({{"t", C("abc", " dataType=\"double\"")}}), "holds \"abc\", no double"},
+      {File({{"t", deep}}), "nests expressions deeper than 1000 levels"},
+      {File({{"u", C("1")}}), "defines no derived field t."},
+      {"this is <no XML", "cannot be read: line 1, column"},
   };
   for (const Case& c : cases) {
     Scoring scoring;
-    EXPECT_FALSE(scoring.Prepare(c.text, c.targets)) << c.message;
+    EXPECT_FALSE(scoring.Prepare(c.text, {"t"})) << c.message;
     EXPECT_NE(scoring.scorer.LastError().find(c.message), std::string::npos)
         << scoring.scorer.LastError();
     EXPECT_FALSE(scoring.scorer.ScoreRecord());
-    ASSERT_FALSE(document.Messages().empty());
-    EXPECT_EQ(document.Messages().back()->text, scoring.scorer.LastError());
-    EXPECT_EQ(document.Messages().back()->source, "ENGINE");
+    ASSERT_FALSE(in_session.document.Messages().empty());
+    EXPECT_EQ(in_session.document.Messages().back()->text, scoring.scorer.LastError());
+    EXPECT_EQ(in_session.document.Messages().back()->source, "ENGINE");
   }
 
   // An unknown target may be let through as missing; a field read needs a current row, an
@@ -259,29 +227,21 @@ TEST(ASTransformScorer, FaultsNameTheElementAndLineAndReachTheOutput) {
 }
 
 TEST(ASTransformScorer, ScoresEveryRowOfAJobsResultStream) {
-  host::OutputDocument document;
-  host::Session session;
-  session.document = &document;
-  host::SessionScope scope(session);
+  InSession in_session;
   auto dataset = std::make_shared<host::Dataset>();
   host::Variable sales;
   sales.name = "sales";
-  sales.format = *host::ParseFormat("F8.2").format;
   sales.missing.numbers = {99};
-  host::Variable region = sales;
+  host::Variable region;
   region.name = "region";
   region.type = 4;
-  region.format = *host::ParseFormat("A4").format;
-  region.missing.numbers.clear();
-  region.measure = host::Measure::kNominal;
   dataset->AddVariable(sales);
   dataset->AddVariable(region);
   const std::vector<double> sales_values = {10, host::kSysMiss, 99, -4, 2.5};
-  const std::vector<std::string> regions = {"E", "W", "E", "W", "N"};
   dataset->SetCaseCount(5);
   for (int i = 0; i < 5; ++i) {
     dataset->SetNumber(i, 0, sales_values[i]);
-    dataset->SetText(i, 1, regions[i]);
+    dataset->SetText(i, 1, std::string(1, "EWEWN"[i]));
   }
   ProcedureDataSource source(dataset);
   ASDataModel model(&source, true, true, true);
@@ -298,19 +258,20 @@ TEST(ASTransformScorer, ScoresEveryRowOfAJobsResultStream) {
   EmbeddedAS::RowDataIterator* rows = runner.getOutputIterator("copy");
   ASSERT_NE(rows, nullptr);
 
-  // Sales scaled by region (W doubles, others keep), the row count ($casecount, an integer)
-  // added; missing sales (system or user-missing 99) give 0 by the if.
-  support::TempFile file = std::move(support::TempFile::Create(".xml").value());
-  const std::string scaled = A("*", {F("sales"), Map("region", " defaultValue=\"1\"")});
+  // Sales times Map's value of the region (E 1.1, W no output cell so missing, others the
+  // default 1); "count" adds the row number ($casecount, an integer field) to that, or to 0
+  // when sales is missing (system-missing, or the user-missing 99).
+  Scoring scoring;
+  const std::string plain = A("*", {F("sales"), Map("region", " defaultValue=\"1\"")});
+  const std::string scaled = A("if", {A("isMissing", {F("sales")}), C("0"), F("plain")});
   ASSERT_TRUE(support::WriteFileAtomically(
-                  file.path(), File({{"scaled", A("if", {A("isMissing", {F("sales")}), C("0"), F("plain")})},
-                                     {"plain", scaled},
-                                     {"count", A("+", {F("$casecount"), F("scaled")})}}))
+                  scoring.file.path(),
+                  File({{"scaled", scaled}, {"plain", plain},
+                        {"count", A("+", {F("$casecount"), F("scaled")})}}))
                   .ok());
-  ASTransformScorer scorer;
-  ASSERT_TRUE(scorer.PrepareScoring(rows, file.path().string(), {"count", "plain"}, false))
+  ASTransformScorer& scorer = scoring.scorer;
+  ASSERT_TRUE(scorer.PrepareScoring(rows, scoring.file.path().string(), {"count", "plain"}, false))
       << scorer.LastError();
-  // Map's table: E gives 1.1, W no output cell (missing), anything else the default 1.
   const std::vector<std::vector<double>> expected = {
       {1 + 11, 11}, {2, kMiss}, {3, kMiss}, {kMiss, kMiss}, {5 + 2.5, 2.5}};
   for (const std::vector<double>& row : expected) {
@@ -321,8 +282,8 @@ TEST(ASTransformScorer, ScoresEveryRowOfAJobsResultStream) {
   }
   EXPECT_NE(rows->next(), 0);
   EXPECT_FALSE(scorer.ScoreRecord());
-  ASSERT_EQ(document.Messages().size(), 1u);
-  EXPECT_NE(document.Messages()[0]->text.find("$casecount cannot be read"), std::string::npos);
+  ASSERT_EQ(in_session.document.Messages().size(), 1u);
+  EXPECT_NE(in_session.document.Messages()[0]->text.find("$casecount cannot"), std::string::npos);
   runner.cleanJRef();
   runner.cleanExecution();
 }
