@@ -84,16 +84,6 @@ std::string File(const std::vector<std::pair<std::string, std::string>>& fields)
   return text + "</TransformationDictionary>\n</PMML>\n";
 }
 
-struct InSession {
-  host::OutputDocument document;
-  host::Session session;
-  std::unique_ptr<host::SessionScope> scope;
-  InSession() {
-    session.document = &document;
-    scope = std::make_unique<host::SessionScope>(session);
-  }
-};
-
 // One row: x 6, y -2, z 0, n 3, region "E", gap missing.
 struct Scoring {
   support::TempFile file = std::move(support::TempFile::Create(".xml").value());
@@ -177,7 +167,10 @@ TEST(ASTransformScorer, EachElementAndFunctionGivesTheHandValue) {
 }
 
 TEST(ASTransformScorer, FaultsNameTheElementAndLineAndReachTheOutput) {
-  InSession in_session;
+  host::OutputDocument document;
+  host::Session session;
+  session.document = &document;
+  host::SessionScope scope(session);
   for (const char* key : host::msg::kScorerKeys)
     EXPECT_TRUE(FacSTDictionary::Shared().Has(key)) << key;
   std::string deep = F("x");
@@ -208,9 +201,9 @@ TEST(ASTransformScorer, FaultsNameTheElementAndLineAndReachTheOutput) {
     EXPECT_NE(scoring.scorer.LastError().find(c.message), std::string::npos)
         << scoring.scorer.LastError();
     EXPECT_FALSE(scoring.scorer.ScoreRecord());
-    ASSERT_FALSE(in_session.document.Messages().empty());
-    EXPECT_EQ(in_session.document.Messages().back()->text, scoring.scorer.LastError());
-    EXPECT_EQ(in_session.document.Messages().back()->source, "ENGINE");
+    ASSERT_FALSE(document.Messages().empty());
+    EXPECT_EQ(document.Messages().back()->text, scoring.scorer.LastError());
+    EXPECT_EQ(document.Messages().back()->source, "ENGINE");
   }
 
   // An unknown target may be let through as missing; a field read needs a current row, an
@@ -227,7 +220,10 @@ TEST(ASTransformScorer, FaultsNameTheElementAndLineAndReachTheOutput) {
 }
 
 TEST(ASTransformScorer, ScoresEveryRowOfAJobsResultStream) {
-  InSession in_session;
+  host::OutputDocument document;
+  host::Session session;
+  session.document = &document;
+  host::SessionScope scope(session);
   auto dataset = std::make_shared<host::Dataset>();
   host::Variable sales;
   sales.name = "sales";
@@ -282,8 +278,8 @@ TEST(ASTransformScorer, ScoresEveryRowOfAJobsResultStream) {
   }
   EXPECT_NE(rows->next(), 0);
   EXPECT_FALSE(scorer.ScoreRecord());
-  ASSERT_EQ(in_session.document.Messages().size(), 1u);
-  EXPECT_NE(in_session.document.Messages()[0]->text.find("$casecount cannot"), std::string::npos);
+  ASSERT_EQ(document.Messages().size(), 1u);
+  EXPECT_NE(document.Messages()[0]->text.find("$casecount cannot"), std::string::npos);
   runner.cleanJRef();
   runner.cleanExecution();
 }
