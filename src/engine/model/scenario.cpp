@@ -48,13 +48,16 @@ std::vector<std::size_t> AncestorClosure(const ModelSystem& system, std::vector<
 // The covariance of the stacked errors (e_t, ..., e_{t-L+1}) of the `members` carried forward row
 // by row: e_t = sum_l B_l e_{t-l} + u_t for the series not held fixed at t, 0 for the others.
 // Fills run.variance for the rows from the request's start.
+// The other series keep their observed values (no error) and their forecasts (the forecast's
+// error, `forecast` from the last observation on).
 void ScenarioVariances(const ModelSystem& system, const ScenarioRequest& request,
                        Eigen::Index observed, const std::vector<bool>& computed,
-                       ScenarioRun& run) {
+                       const Eigen::MatrixXd& forecast, ScenarioRun& run) {
   const int lags = system.settings.max_lag;
   const Eigen::Index rows = request.furthest - request.start + 1;
-  run.variance = Eigen::MatrixXd::Constant(rows, static_cast<Eigen::Index>(system.series.size()),
-                                           kNaN);
+  run.variance = Eigen::MatrixXd::Zero(rows, static_cast<Eigen::Index>(system.series.size()));
+  for (Eigen::Index t = std::max(request.start, observed); t <= request.furthest; ++t)
+    run.variance.row(t - request.start) = forecast.row(t - observed);
   std::vector<std::size_t> seeds;
   for (std::size_t s = 0; s < computed.size(); ++s) {
     if (computed[s] || s == request.root)
@@ -132,10 +135,11 @@ void ScenarioVariances(const ModelSystem& system, const ScenarioRequest& request
       continue;
     for (Eigen::Index k = 0; k < m; ++k) {
       const Eigen::Index column = static_cast<Eigen::Index>(members[static_cast<std::size_t>(k)]);
-      if (!tainted[static_cast<std::size_t>(k)] && std::isfinite(run.scenario(t - request.start, column)))
-        run.variance(t - request.start, column) = current(k, k);
+      run.variance(t - request.start, column) =
+          tainted[static_cast<std::size_t>(k)] ? kNaN : current(k, k);
     }
   }
+  run.variance = (run.scenario.array().isFinite()).select(run.variance, kNaN);
 }
 
 } // namespace
@@ -182,9 +186,10 @@ ScenarioRun RunScenario(const ModelSystem& system, const Eigen::MatrixXd& histor
   Eigen::MatrixXd base = Eigen::MatrixXd::Constant(length, width, kNaN);
   const Eigen::Index kept = std::min(observed, length);
   base.topRows(kept) = history.topRows(kept);
+  SystemForecast forecast;
   if (length > observed) {
-    base.bottomRows(length - observed) =
-        ForecastSystem(system, history, static_cast<int>(length - observed)).mean;
+    forecast = ForecastSystem(system, history, static_cast<int>(length - observed));
+    base.bottomRows(length - observed) = forecast.mean;
   }
   Eigen::MatrixXd scenario = base;
   Eigen::MatrixXd& baseline = base;
@@ -206,7 +211,7 @@ ScenarioRun RunScenario(const ModelSystem& system, const Eigen::MatrixXd& histor
   run.scenario = scenario.middleRows(request.start, rows);
   run.baseline = baseline.middleRows(request.start, rows);
   if (request.variances)
-    ScenarioVariances(system, request, observed, computed, run);
+    ScenarioVariances(system, request, observed, computed, forecast.variance, run);
   return run;
 }
 

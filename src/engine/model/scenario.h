@@ -41,8 +41,9 @@ struct ScenarioRun {
   Eigen::MatrixXd baseline;
   // Error variance of the scenario path: of the innovations since the start (since the last
   // observation when the period lies beyond it) of every series that is not held fixed, the
-  // root's being zero over the period and the observed series' zero in the data. Empty unless
-  // asked; NaN where the path is.
+  // root's being zero over the period and the observed series' zero in the data; for a series
+  // that is not computed, 0 in the data and its forecast's beyond. Empty unless asked; NaN
+  // where the path is.
   Eigen::MatrixXd variance;
 };
 
