@@ -46,7 +46,6 @@ constexpr TimeKeys kFurthestKeys{"stdFurthestTime", "nonStdFurthestTime"};
 class ScenarioStage : public Stage {
  public:
   bool Configure(const StageCall& call, const Script& script, MessageQueue& messages) override {
-    call_ = call;
     place_ = StagePlace(call);
     const Json* config = nullptr;
     if (!ReadAnalysisFiles(call, script, &config, files_, messages))
@@ -129,10 +128,17 @@ class ScenarioStage : public Stage {
     const std::vector<double> relative = model::RelativeEffects(run, history);
     std::vector<std::size_t> chosen;
     if (targets_) {
-      chosen = NamedSeries(system, *targets_);
-      if (chosen.empty() && !targets_->empty()) {
-        messages.Warning(place_ + "no series of 'targetTimeSeries' " + targets_->dump() +
-                         " is in the model system");
+      // In the order given; an array that names no series is only a warning.
+      for (const Json& array : *targets_) {
+        const std::vector<std::size_t> found = NamedSeries(system, Json::array({array}));
+        if (found.empty()) {
+          messages.Warning(place_ + "the target series " + array.dump() +
+                           " is not in the model system");
+        }
+        for (std::size_t s : found) {
+          if (std::find(chosen.begin(), chosen.end(), s) == chosen.end())
+            chosen.push_back(s);
+        }
       }
     } else {
       chosen = model::MostAffected(run, relative, static_cast<std::size_t>(max_targets_));
@@ -298,7 +304,6 @@ class ScenarioStage : public Stage {
     return Json{{"scenarioAnalysis", std::move(analysis)}};
   }
 
-  StageCall call_;
   std::string place_;
   AnalysisFiles files_;
   Json root_;

@@ -342,7 +342,7 @@ TEST_F(ScenarioStage, TargetsAreTheMostAffectedDescendantsOrTheGivenOnes) {
       {{{"maxTargetsNum", 2}}, {sizes[0].second, sizes[1].second}, {"a", "b", "c", "d"}},
       {{{"maxTargetsNum", 9}}, {sizes[0].second, sizes[1].second, sizes[2].second}, {"a", "b", "c", "d"}},
       // Given targets: one the root does not reach is listed with its unchanged path.
-      {{{"targetTimeSeries", {{"d"}, {"e"}}}}, {"d", "e"}, {"a", "b", "c", "d", "e"}},
+      {{{"targetTimeSeries", {{"e"}, {"d"}, {"nothing"}}}}, {"e", "d"}, {"a", "b", "c", "d", "e"}},
       {{{"targetTimeSeries", Json::array()}, {"youngestGeneration", 1}}, {}, {"a", "b"}},
   };
   for (const Case& c : cases) {
