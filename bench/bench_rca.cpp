@@ -78,24 +78,6 @@ Eigen::MatrixXd Inject(const TrueSystem& truth, Eigen::MatrixXd& x, std::size_t 
   return effect;
 }
 
-// The engine's build with its default rules: every series a target, all others candidates.
-ModelSystem Learn(const Eigen::MatrixXd& x) {
-  const std::size_t n = static_cast<std::size_t>(x.cols());
-  const std::vector<TargetRequest> requests = engine::model::testing::AllTargets(n);
-  BuildOptions options;
-  options.selection.extended_bic_gamma = 0.5;
-  const int lag = ChooseLag(x, requests, 0, options);
-  options.selection.max_inputs = DefaultInputLimit(static_cast<std::size_t>(x.rows()) - lag, lag);
-  const LaggedDesign design(x, lag, options.threads);
-  ModelSystem system;
-  system.settings.max_lag = lag;
-  system.series.resize(n);
-  for (std::size_t j = 0; j < n; ++j)
-    system.series[j].id = std::to_string(j + 1);
-  system.equations = BuildEquations(design, requests, options).equations;
-  return system;
-}
-
 struct Tally {
   int trials = 0;
   int found = 0;     // the injected shock made an outlier event of the target
@@ -129,7 +111,7 @@ Tally Run(std::size_t n, std::size_t parents, const Strengths& strengths, Eigen:
     const Eigen::MatrixXd effect =
         Inject(truth, x, source, row, kShock * truth.equations[source].noise_sd);
 
-    const ModelSystem system = Learn(x);
+    const ModelSystem system = engine::model::testing::LearnSystem(x);
     const double cut = std::max(2.0, NormalQuantile(0.5 * (1 + threshold)));
     const Innovations innovations = SystemInnovations(system, x, cut);
     const int steps = BaselineSteps(system, target, kGenerations);

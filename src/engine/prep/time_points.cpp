@@ -39,30 +39,44 @@ bool IndexOfTime(const PanelAxis& axis, double time, const std::string& what,
   return messages.Error(place + "the " + what + " time lies too far beyond the last observation");
 }
 
-bool ReadCyclic(const PanelAxis& axis, const support::Json& api, const char* key,
-                const std::string& place, MessageQueue& messages, double& running) {
-  const support::Json* member = support::FindMember(api, key);
+// The running index of cyclic field values.
+bool CyclicPoint(const PanelAxis& axis, const support::Json* member, const std::string& key,
+                 const std::string& place, MessageQueue& messages, double& running) {
   if (member == nullptr || !member->is_array()) {
-    return messages.Error(place + "'" + std::string(key) + "' must be an array of integers");
+    return messages.Error(place + "'" + key + "' must be an array of integers");
   }
   std::vector<std::int64_t> values;
   for (const auto& element : *member) {
     if (!element.is_number()) {
-      return messages.Error(place + "'" + std::string(key) + "' must hold only integers");
+      return messages.Error(place + "'" + key + "' must hold only integers");
     }
     values.push_back(static_cast<std::int64_t>(element.get<double>()));
   }
   if (values.size() != axis.cyclic.fields.size()) {
-    return messages.Error(place + "'" + std::string(key) + "' must have " +
+    return messages.Error(place + "'" + key + "' must have " +
                           std::to_string(axis.cyclic.fields.size()) + " values, one per cyclic field");
   }
   auto index = axis.cyclic.Index(values);
-  if (!index) return messages.Error(place + "'" + std::string(key) + "' lies outside its cycle");
+  if (!index) return messages.Error(place + "'" + key + "' lies outside its cycle");
   running = static_cast<double>(*index);
   return true;
 }
 
 }  // namespace
+
+bool PlaceTime(const PanelAxis& axis, const support::Json& value, const std::string& key,
+               const std::string& place, MessageQueue& messages, std::int64_t& index) {
+  if (axis.points.empty()) return messages.Error(place + "the model system has no time point");
+  double time = 0;
+  if (axis.IsCyclic()) {
+    if (!CyclicPoint(axis, &value, key, place, messages, time)) return false;
+  } else if (!value.is_number()) {
+    return messages.Error(place + "'" + key + "' must be a time in seconds");
+  } else {
+    time = value.get<double>();
+  }
+  return IndexOfTime(axis, time, "'" + key + "'", place, messages, index);
+}
 
 bool ConvertTimeSpec(const support::Json& output, const support::Json& api,
                      const std::string& place, MessageQueue& messages,
@@ -81,8 +95,10 @@ bool ConvertTimeSpec(const support::Json& output, const support::Json& api,
   } else if (type == "TIME") {
     if (axis->IsCyclic()) {
       double first = 0, last = 0;
-      if (!ReadCyclic(*axis, api, "nonStdStartTime", place, messages, first) ||
-          !ReadCyclic(*axis, api, "nonStdEndTime", place, messages, last) ||
+      if (!CyclicPoint(*axis, support::FindMember(api, "nonStdStartTime"), "nonStdStartTime",
+                       place, messages, first) ||
+          !CyclicPoint(*axis, support::FindMember(api, "nonStdEndTime"), "nonStdEndTime", place,
+                       messages, last) ||
           !IndexOfTime(*axis, first, "start", place, messages, start) ||
           !IndexOfTime(*axis, last, "end", place, messages, end)) {
         return false;

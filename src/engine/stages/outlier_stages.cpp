@@ -9,9 +9,8 @@
 #include "engine/model/outliers.h"
 #include "engine/model/scoring.h"
 #include "engine/model/stage_inputs.h"
+#include "engine/stages/analysis_common.h"
 #include "engine/stages/registry.h"
-#include "support/time.h"
-#include "support/zip_archive.h"
 
 namespace engine {
 namespace {
@@ -19,28 +18,6 @@ namespace {
 using support::Json;
 
 constexpr int kDefaultGenerations = 3;
-
-// What both stages read besides their own keys.
-struct AnalysisFiles {
-  std::string model_path;
-  std::string output_path;
-};
-
-bool ReadFiles(const StageCall& call, const Script& script, const Json** config,
-               AnalysisFiles& files, MessageQueue& messages) {
-  const std::string place = StagePlace(call);
-  const Json* in = nullptr;
-  const Json* out = nullptr;
-  if (!ConfigurationAndFiles(call, script, true, config, &in, &out, messages))
-    return false;
-  files.model_path = model::ConfPath(*in, "InputTCMXML");
-  if (files.model_path.empty())
-    return messages.Error(place + "the input configuration names no 'InputTCMXML' model");
-  files.output_path = model::ConfPath(*out, "TCMAnalysis");
-  if (files.output_path.empty())
-    return messages.Error(place + "the output configuration names no 'TCMAnalysis' archive");
-  return true;
-}
 
 bool ReadThreshold(const Json& object, const std::string& place, double& threshold,
                    MessageQueue& messages) {
@@ -62,37 +39,6 @@ bool ReadGenerations(const Json& config, const std::string& place, int& generati
   return true;
 }
 
-// The series that the arrays name: by dimension values and metric, or, for data sent encoded,
-// by the coded series ID the pieces make.
-std::vector<std::size_t> NamedSeries(const model::ModelSystem& system, const Json& arrays) {
-  std::vector<std::size_t> named = model::MatchSeriesArrays(&arrays, system.series);
-  for (const Json& array : arrays) {
-    if (!array.is_array())
-      continue;
-    std::string id;
-    for (const Json& piece : array) {
-      if (!piece.is_string()) {
-        id.clear();
-        break;
-      }
-      id += (id.empty() ? "" : "-") + piece.get<std::string>();
-    }
-    const std::ptrdiff_t found = id.empty() ? -1 : system.FindSeries(id);
-    if (found >= 0 && std::find(named.begin(), named.end(), found) == named.end())
-      named.push_back(static_cast<std::size_t>(found));
-  }
-  std::sort(named.begin(), named.end());
-  return named;
-}
-
-Json SeriesKey(const model::SeriesRef& series) {
-  Json key = Json::array();
-  for (const std::string& value : series.dims)
-    key.push_back(value);
-  key.push_back(series.metric);
-  return key;
-}
-
 // Everything the analysis of a series needs.
 struct Analysis {
   model::ScoringData data;
@@ -101,23 +47,10 @@ struct Analysis {
   double threshold = 0.95;
   int generations = kDefaultGenerations;
 
-  // A row's time as the output reads it: seconds for dates, the field values of cyclic data;
-  // and as text for a person.
+  // A row's time as the output reads it.
   void PutTime(Json& object, Eigen::Index row, const char* key = "time") const {
-    const PanelAxis& axis = data.panel.axis;
-    const double point = axis.points[static_cast<std::size_t>(row)];
-    if (axis.IsCyclic()) {
-      Json values = Json::array();
-      for (std::int64_t value : axis.CyclicValues(point))
-        values.push_back(value);
-      object[key] = values;
-      return;
-    }
-    object[key] = point;
-    const auto seconds = static_cast<std::int64_t>(std::llround(point));
-    object[std::string(key) + "Text"] = axis.time_format == "date"
-                                            ? support::FormatIsoDate(seconds)
-                                            : support::FormatIsoDateTime(seconds);
+    engine::PutTime(data.panel.axis, data.panel.axis.points[static_cast<std::size_t>(row)], object,
+                    key);
   }
 
   Json Settings(std::size_t series, const model::TargetResponses& responses) const {
@@ -210,21 +143,6 @@ std::string MemberName(const std::string& prefix, const std::string& id) {
   return name + ".json";
 }
 
-bool WriteMembers(const std::string& path, const std::vector<std::pair<std::string, Json>>& members,
-                  const std::string& place, MessageQueue& messages) {
-  support::ZipArchiveWriter writer;
-  for (const auto& [name, document] : members) {
-    auto text = support::DumpJson(document);
-    if (!text)
-      return messages.Error(place + text.message());
-    if (auto added = writer.AddText(name, *text); !added)
-      return messages.Error(place + added.message());
-  }
-  if (auto written = writer.WriteTo(path); !written)
-    return messages.Error(place + written.message());
-  return true;
-}
-
 // What both stages hold: their call, files, threshold and depth, and the loading of the data.
 class AnalysisStage : public Stage {
  protected:
@@ -232,7 +150,7 @@ class AnalysisStage : public Stage {
   bool ConfigureCommon(const StageCall& call, const Script& script, const Json** config,
                        MessageQueue& messages) {
     call_ = call;
-    return ReadFiles(call, script, config, files_, messages) &&
+    return ReadAnalysisFiles(call, script, config, files_, messages) &&
            ReadGenerations(**config, StagePlace(call), generations_, messages);
   }
 

@@ -6,10 +6,12 @@
 #include <cmath>
 #include <cstddef>
 #include <random>
+#include <string>
 #include <vector>
 
 #include <Eigen/Dense>
 
+#include "engine/model/lagged_design.h"
 #include "engine/model/model_system.h"
 
 namespace engine::model::testing {
@@ -91,6 +93,25 @@ inline std::vector<TargetRequest> AllTargets(std::size_t n) {
     }
   }
   return requests;
+}
+
+// The engine's build with its default rules on T x N data: every series a target, all others
+// candidates, the automatic lag and input limit, the extended BIC of the build stage.
+inline ModelSystem LearnSystem(const Eigen::MatrixXd& x) {
+  const std::size_t n = static_cast<std::size_t>(x.cols());
+  const std::vector<TargetRequest> requests = AllTargets(n);
+  BuildOptions options;
+  options.selection.extended_bic_gamma = 0.5;
+  const int lag = ChooseLag(x, requests, 0, options);
+  options.selection.max_inputs = DefaultInputLimit(static_cast<std::size_t>(x.rows()) - lag, lag);
+  const LaggedDesign design(x, lag, options.threads);
+  ModelSystem system;
+  system.settings.max_lag = lag;
+  system.series.resize(n);
+  for (std::size_t j = 0; j < n; ++j)
+    system.series[j].id = std::to_string(j + 1);
+  system.equations = BuildEquations(design, requests, options).equations;
+  return system;
 }
 
 // Simulates `t` points after a burn-in of 200 (T x N).
