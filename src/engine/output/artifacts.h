@@ -72,4 +72,11 @@ Node RootCauseDiagram(const OutputData& data);
 Node RootCauseSubJson(const OutputData& data);
 Node RootCauseTable(const OutputData& data);
 
+// Scenario analysis: the tree of the series the run computed and their scenario and baseline
+// plots by series text; the definition of the scenario; the paths of its target series.
+Node ScenarioDiagram(const OutputData& data);
+Node ScenarioSubJson(const OutputData& data);
+Node ScenarioDefinitionTable(const OutputData& data);
+Node ScenarioForecastTable(const OutputData& data);
+
 }  // namespace engine::output

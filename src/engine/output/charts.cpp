@@ -16,9 +16,9 @@ constexpr std::size_t kMaxTreeNodes = 2000;
 // The top inputs chart shows at most this many inputs beside the target.
 constexpr std::size_t kMaxTopInputs = 5;
 
-Node PeriodField(const OutputData& data, std::size_t count) {
+Node PeriodField(const OutputData& data, const std::vector<std::string>& labels, std::size_t count) {
   Node content = Node::array();
-  for (std::size_t t = 0; t < count; ++t) content.push_back(PlainText(data.period_labels[t]));
+  for (std::size_t t = 0; t < count; ++t) content.push_back(PlainText(labels[t]));
   Node lists = Node::array();
   lists.push_back(CategoryList("periods", std::move(content)));
   return CategoricalField("period", data.time_label, "x", std::move(lists));
@@ -112,12 +112,14 @@ std::vector<double> StatisticOfTargets(const OutputData& data, const FitStatisti
   return values;
 }
 
-// The line chart of `lines` (field name, label, values) over the first `count` periods.
-Node LineChart(const OutputData& data, const std::string& title, std::size_t count,
+// The line chart of `lines` (field name, label, values) over the first `count` periods of
+// `periods` (their labels).
+Node LineChart(const OutputData& data, const std::string& title, const std::vector<std::string>& periods,
+               std::size_t count,
                const std::vector<std::tuple<std::string, std::string, const std::vector<double>*>>& lines,
                const std::vector<double>* lower, const std::vector<double>* upper, const std::string& band_of) {
   Node fields = Node::array();
-  fields.push_back(PeriodField(data, count));
+  fields.push_back(PeriodField(data, periods, count));
   for (const auto& [name, label, values] : lines) fields.push_back(DataField(name, label, "line"));
   if (lower != nullptr) {
     Node low = DataField("lcl", "LCL", "lower");
@@ -149,8 +151,10 @@ struct TreeNode {
 };
 
 // The tree below `root` in preorder: causes follow the inputs of each model, effects the models
-// that take each series as input. A series already on the path is not entered again.
-std::vector<TreeNode> GrowTree(const OutputData& data, std::size_t root, bool causes, int levels) {
+// that take each series as input. A series already on the path is not entered again, nor one
+// that `keep` (when given, per series) leaves out.
+std::vector<TreeNode> GrowTree(const OutputData& data, std::size_t root, bool causes, int levels,
+                               const std::vector<bool>* keep = nullptr) {
   std::vector<std::vector<std::pair<std::size_t, const model::InputBlock*>>> effects;
   if (!causes) {
     effects.resize(data.system.series.size());
@@ -181,6 +185,7 @@ std::vector<TreeNode> GrowTree(const OutputData& data, std::size_t root, bool ca
         }
         for (const auto& [child, link] : children) {
           if (std::find(path.begin(), path.end(), child) != path.end()) continue;
+          if (keep != nullptr && !(*keep)[child]) continue;
           grow(child, index, link, depth + 1);
         }
         path.pop_back();
@@ -189,8 +194,16 @@ std::vector<TreeNode> GrowTree(const OutputData& data, std::size_t root, bool ca
   return nodes;
 }
 
+// A number per series that a tree shows on its nodes: field name, label and role, the values.
+struct NodeValues {
+  std::string name;
+  std::string label;
+  std::vector<double> values;
+};
+
 Node TreeChart(const OutputData& data, const std::vector<TreeNode>& nodes, bool causes,
-               const std::string& title, const std::vector<double>* root_cause_scores) {
+               const std::string& title, const std::vector<double>* root_cause_scores,
+               const std::vector<NodeValues>& extra = {}) {
   std::vector<std::size_t> distinct;
   for (const TreeNode& node : nodes) {
     if (std::find(distinct.begin(), distinct.end(), node.series) == distinct.end()) distinct.push_back(node.series);
@@ -202,6 +215,7 @@ Node TreeChart(const OutputData& data, const std::vector<TreeNode>& nodes, bool 
     fields.push_back(DataField("rootCause", "Root cause", "rootCause"));
     fields.push_back(DataField("score", "Score", "score"));
   }
+  for (const NodeValues& column : extra) fields.push_back(DataField(column.name, column.label, column.name));
   Node rows = Node::array();
   for (const TreeNode& node : nodes) {
     const auto category = std::find(distinct.begin(), distinct.end(), node.series) - distinct.begin();
@@ -221,6 +235,7 @@ Node TreeChart(const OutputData& data, const std::vector<TreeNode>& nodes, bool 
       row.push_back(is_cause ? 1 : 0);
       row.push_back(is_cause ? Number(score) : Node(nullptr));
     }
+    for (const NodeValues& column : extra) row.push_back(Number(column.values[node.series]));
     rows.push_back(std::move(row));
   }
   Node chart = Visualization("impactTree", title, Node::array({DataSet("nodes", std::move(fields), std::move(rows))}));
@@ -328,7 +343,7 @@ Node ObservedPredictedChart(const OutputData& data, std::size_t series) {
   std::vector<std::tuple<std::string, std::string, const std::vector<double>*>> lines = {
       {"observed", "Observed", &values.observed}, {"predicted", "Predicted", &values.predicted}};
   const bool band = HasValues(values.lower, count);
-  Node chart = LineChart(data, "Observed and Predicted", count, lines, band ? &values.lower : nullptr,
+  Node chart = LineChart(data, "Observed and Predicted", data.period_labels, count, lines, band ? &values.lower : nullptr,
                          band ? &values.upper : nullptr, "predicted");
   if (data.horizon > 0) chart["forecastStart"] = data.time_count;
   chart["yLabel"] = data.names[series].text;
@@ -343,7 +358,7 @@ Node ObservedPredictedChart(const OutputData& data, std::size_t series) {
 Node ResidualsChart(const OutputData& data, std::size_t series) {
   const SeriesValues& values = data.values[series];
   if (!HasValues(values.residual, data.time_count)) return "The series has no residuals";
-  Node chart = LineChart(data, "Residuals", data.time_count, {{"residual", "Residual", &values.residual}},
+  Node chart = LineChart(data, "Residuals", data.period_labels, data.time_count, {{"residual", "Residual", &values.residual}},
                          nullptr, nullptr, "");
   chart["yLabel"] = "Residual of " + data.names[series].text;
   chart["referenceLines"] = Node::array({{{"value", 0}, {"label", ""}}});
@@ -371,7 +386,7 @@ Node TopInputsChart(const OutputData& data, std::size_t series) {
     lines.emplace_back("input" + std::to_string(i + 1), data.names[inputs[i]->series].text,
                        &data.values[inputs[i]->series].observed);
   }
-  Node chart = LineChart(data, "Top Inputs", data.time_count, lines, nullptr, nullptr, "");
+  Node chart = LineChart(data, "Top Inputs", data.period_labels, data.time_count, lines, nullptr, nullptr, "");
   chart["yLabel"] = "Value";
   return chart;
 }
@@ -512,6 +527,47 @@ Node RootCauseSubJson(const OutputData& data) {
     if (!marks.empty()) chart["marks"] = std::move(marks);
     if (Node focus = Focus(node.series); !focus.is_null()) chart["focus"] = std::move(focus);
     plots[text] = std::move(chart);
+  }
+  return plots;
+}
+
+Node ScenarioDiagram(const OutputData& data) {
+  if (!data.scenario) return "No scenario analysis";
+  const ScenarioResult& result = *data.scenario;
+  // The tree keeps to the series the run computed; each node shows its largest change and that
+  // change over the series' spread.
+  std::vector<bool> affected(data.system.series.size(), false);
+  NodeValues largest{"effect", "Largest effect", std::vector<double>(data.system.series.size(), model::kNaN)};
+  NodeValues relative{"relativeEffect", "Relative effect", largest.values};
+  for (const ScenarioSeries& series : result.series) {
+    if (series.generation < 0) continue;
+    affected[series.series] = true;
+    largest.values[series.series] = series.largest_effect;
+    relative.values[series.series] = series.relative_effect;
+  }
+  const std::vector<TreeNode> nodes = GrowTree(data, result.root, false, result.generations, &affected);
+  Node chart = TreeChart(data, nodes, false, "Scenario Analysis", nullptr, {largest, relative});
+  chart["subtitle"] = data.names[result.root].text;
+  if (!result.id.empty()) chart["scenarioID"] = result.id;
+  return chart;
+}
+
+Node ScenarioSubJson(const OutputData& data) {
+  if (!data.scenario) return "No scenario analysis";
+  const ScenarioResult& result = *data.scenario;
+  Node plots = Node::object();
+  for (const ScenarioSeries& series : result.series) {
+    const std::vector<std::tuple<std::string, std::string, const std::vector<double>*>> lines = {
+        {"scenario", "Scenario", &series.scenario}, {"baseline", "Baseline", &series.baseline}};
+    const bool band = !series.lower.empty();
+    Node chart = LineChart(data, "Scenario and Baseline", result.times, result.times.size(), lines,
+                           band ? &series.lower : nullptr, band ? &series.upper : nullptr, "scenario");
+    chart["yLabel"] = data.names[series.series].text;
+    // The positions of the period whose values the scenario sets; the run starts with it.
+    if (!result.substituted.empty()) {
+      chart["scenarioPeriod"] = {{"from", 0}, {"to", result.substituted.size() - 1}};
+    }
+    plots[data.names[series.series].text] = std::move(chart);
   }
   return plots;
 }

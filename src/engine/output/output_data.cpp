@@ -205,6 +205,7 @@ class Loader {
     ReadQuality();
     ReadOutliers();
     ReadRootCauses();
+    ReadScenario();
     return std::move(data_);
   }
 
@@ -545,6 +546,105 @@ class Loader {
       return;  // one analysed series per archive
     }
     warnings_.push_back("the root cause results hold no analysis");
+  }
+
+  // The label of a time as a result archive writes it, placed on the axis as its periods are;
+  // `text` when it cannot be placed.
+  std::string TimeLabel(const support::Json* time, const std::string& text) {
+    if (time == nullptr) return text;
+    const double point = PointOf(data_.axis, *time);
+    if (std::isfinite(point)) return PeriodLabel(data_.axis, point, config_);
+    return time->is_string() ? time->get<std::string>() : text;
+  }
+
+  // A path of numbers, `null` read as NaN; nullopt when it is not an array of `count` entries.
+  static std::optional<std::vector<double>> PathOf(const support::Json& entry, const char* key, std::size_t count) {
+    const support::Json* path = support::FindMember(entry, key);
+    if (path == nullptr || !path->is_array() || path->size() != count) return std::nullopt;
+    std::vector<double> values;
+    for (const auto& value : *path) values.push_back(value.is_number() ? value.get<double>() : kNaN);
+    return values;
+  }
+
+  // One series of a scenario run; nullopt, with a warning, when it is not in the model system
+  // or a path does not run over the run's times.
+  std::optional<ScenarioSeries> ScenarioSeriesOf(const support::Json& entry, std::size_t count, bool limits) {
+    std::ptrdiff_t series = SeriesOfPieces(support::FindMember(entry, "series"));
+    if (series < 0) series = data_.FindSeries({support::GetString(entry, "seriesID")});
+    if (series < 0) {
+      warnings_.push_back("scenario results name a series that is not in the model system");
+      return std::nullopt;
+    }
+    ScenarioSeries out;
+    out.series = static_cast<std::size_t>(series);
+    const support::Json* generation = support::FindMember(entry, "generation");
+    out.generation = generation && generation->is_number() ? static_cast<int>(generation->get<double>()) : -1;
+    out.is_target = support::GetBool(entry, "isTarget", false);
+    out.relative_effect = support::GetDouble(entry, "relativeEffect", kNaN);
+    out.largest_effect = support::GetDouble(entry, "largestEffect", kNaN);
+    auto scenario = PathOf(entry, "scenario", count);
+    auto baseline = PathOf(entry, "baseline", count);
+    auto difference = PathOf(entry, "difference", count);
+    auto lower = limits ? PathOf(entry, "lower", count) : std::vector<double>{};
+    auto upper = limits ? PathOf(entry, "upper", count) : std::vector<double>{};
+    if (!scenario || !baseline || !difference || !lower || !upper) {
+      warnings_.push_back("scenario results: the paths of '" + data_.names[out.series].text +
+                          "' do not hold one value per time of the run; the series is left out");
+      return std::nullopt;
+    }
+    out.scenario = std::move(*scenario);
+    out.baseline = std::move(*baseline);
+    out.difference = std::move(*difference);
+    out.lower = std::move(*lower);
+    out.upper = std::move(*upper);
+    return out;
+  }
+
+  void ReadScenario() {
+    if (config_.scenario_path.empty()) return;
+    for (const support::Json& member : JsonMembers(config_.scenario_path, "scenario results")) {
+      const support::Json* analysis = support::FindMember(member, "scenarioAnalysis");
+      const support::Json* definition = analysis ? support::FindMember(*analysis, "scenario") : nullptr;
+      const support::Json* times = analysis ? support::FindMember(*analysis, "times") : nullptr;
+      if (definition == nullptr || times == nullptr || !times->is_array()) continue;
+      std::ptrdiff_t root = SeriesOfPieces(support::FindMember(*definition, "root"));
+      if (root < 0) root = data_.FindSeries({support::GetString(*definition, "rootSeriesID")});
+      if (root < 0) {
+        warnings_.push_back("scenario results name a root series that is not in the model system");
+        return;
+      }
+      ScenarioResult result;
+      result.root = static_cast<std::size_t>(root);
+      result.id = support::GetString(*definition, "scenarioID");
+      result.start = TimeLabel(support::FindMember(*definition, "start"), support::GetString(*definition, "startText"));
+      result.end = TimeLabel(support::FindMember(*definition, "end"), support::GetString(*definition, "endText"));
+      result.furthest =
+          TimeLabel(support::FindMember(*definition, "furthest"), support::GetString(*definition, "furthestText"));
+      if (const support::Json* values = support::FindMember(*definition, "substitutedValues");
+          values && values->is_array()) {
+        result.substituted = *PathOf(*definition, "substitutedValues", values->size());
+      }
+      const support::Json* texts = support::FindMember(*analysis, "timesText");
+      for (std::size_t t = 0; t < times->size(); ++t) {
+        const bool has_text = texts && texts->is_array() && t < texts->size() && (*texts)[t].is_string();
+        result.times.push_back(TimeLabel(&(*times)[t], has_text ? (*texts)[t].get<std::string>() : ""));
+      }
+      bool limits = false;
+      if (const support::Json* settings = support::FindMember(*analysis, "analysisSettings")) {
+        result.generations = static_cast<int>(
+            std::clamp<std::int64_t>(support::GetInt(*settings, "youngestGeneration", 3), 1, 100));
+        limits = support::GetBool(*settings, "isConfidenceIntervals", false);
+        if (limits) result.confidence_level = support::GetDouble(*settings, "confidenceLevel", 0.95);
+      }
+      if (const support::Json* list = support::FindMember(*analysis, "series"); list && list->is_array()) {
+        for (const auto& entry : *list) {
+          if (auto series = ScenarioSeriesOf(entry, result.times.size(), limits)) result.series.push_back(std::move(*series));
+        }
+      }
+      data_.scenario = std::move(result);
+      return;  // one scenario per archive
+    }
+    warnings_.push_back("the scenario results hold no scenario analysis");
   }
 
   const OutputConfig& config_;

@@ -1,6 +1,6 @@
 // This file contains what the output document is made from: the model system, its time axis,
 // the names of its series, their observed and predicted values from the scored data stream,
-// and the quality, outlier and root cause results when given.
+// and the quality, outlier, root cause and scenario results when given.
 #pragma once
 
 #include <cstddef>
@@ -80,6 +80,32 @@ struct RootCauseResult {
   std::vector<RootCauseOutlier> outliers;
 };
 
+// One series of a scenario run: its paths over the run's times (NaN where there is none).
+struct ScenarioSeries {
+  std::size_t series = 0;
+  int generation = -1;  // 0 the root, -1 a given target the scenario does not reach
+  bool is_target = false;
+  double relative_effect = model::kNaN;
+  double largest_effect = model::kNaN;
+  std::vector<double> scenario;
+  std::vector<double> baseline;
+  std::vector<double> difference;
+  std::vector<double> lower;  // empty without limits
+  std::vector<double> upper;
+};
+struct ScenarioResult {
+  std::string id;
+  std::size_t root = 0;
+  std::string start;     // period labels of the definition
+  std::string end;
+  std::string furthest;
+  std::vector<double> substituted;  // one per time of [start, end]
+  std::vector<std::string> times;   // the run's times, from the start to the furthest time
+  int generations = 3;
+  double confidence_level = model::kNaN;  // NaN without limits
+  std::vector<ScenarioSeries> series;     // the root, its descendants, unreached targets
+};
+
 struct OutputData {
   model::ModelSystem system;
   support::Json preparation;  // the `output` object of TSDPOutput.json
@@ -99,6 +125,7 @@ struct OutputData {
   std::vector<Outlier> outliers;
   std::vector<OutlierSummary> outlier_summaries;  // one per series the outlier archive holds
   std::optional<RootCauseResult> root_causes;
+  std::optional<ScenarioResult> scenario;
 
   // The series of the system named by a series array of `target` (values or coded ID), or -1.
   std::ptrdiff_t FindSeries(const std::vector<std::string>& pieces) const;

@@ -140,9 +140,15 @@ Node BuildOutputDocument(const OutputConfig& config, const OutputData& data,
       }
     } else if (name == "action.outliers") {
       if (data.root_causes) Put(tcm, "action.outliers.table", RootCauseTable(data));
-    } else {
-      // The scenario artefacts: their results archive has no reader yet.
-      warnings.push_back("'" + name + "' is not written: scenario results are not read yet");
+    } else if (name == "action.scenarioAnalysisforSeries") {
+      if (data.scenario) {
+        Put(tcm, "action.scenarioAnalysisforSeries.visualization", ScenarioDiagram(data));
+        Put(tcm, "action.scenarioAnalysisforSeries.subJson", ScenarioSubJson(data));
+      }
+    } else if (name == "action.scenario") {
+      if (data.scenario) Put(tcm, "action.scenario.table", ScenarioDefinitionTable(data));
+    } else if (name == "action.ForecastedValuesForScenario") {
+      if (data.scenario) Put(tcm, "action.forecastedValuesforScenario.table", ScenarioForecastTable(data));
     }
   }
   Node document = {{"tcm", std::move(tcm)}, {"dataDictionary", data.data_dictionary}};

@@ -416,4 +416,58 @@ Node RootCauseTable(const OutputData& data) {
                 "outlier's deviation from the expected value that innovation explains."});
 }
 
+Node ScenarioDefinitionTable(const OutputData& data) {
+  if (!data.scenario) return "No scenario analysis";
+  const ScenarioResult& result = *data.scenario;
+  ValueRows rows;
+  rows.Add("Scenario ID", result.id.empty() ? Node(nullptr) : Node(result.id));
+  rows.Add("Root series", data.names[result.root].label);
+  rows.Add("Period start", result.start);
+  rows.Add("Period end", result.end);
+  rows.Add("Furthest time", result.furthest);
+  // The period's values start the run, so their times are its first.
+  for (std::size_t t = 0; t < result.substituted.size(); ++t) {
+    rows.Add("Value at " + (t < result.times.size() ? result.times[t] : std::to_string(t + 1)),
+             Number(result.substituted[t]));
+  }
+  return TableNode("Scenario Definition", Node::array({Dimension("", std::move(rows.categories))}),
+                   OneColumn("Value"), std::move(rows.cells));
+}
+
+Node ScenarioForecastTable(const OutputData& data) {
+  if (!data.scenario) return "No scenario analysis";
+  const ScenarioResult& result = *data.scenario;
+  const bool limits = std::isfinite(result.confidence_level);
+  Node targets = Node::array();
+  Node cells = Node::array();
+  for (const ScenarioSeries& series : result.series) {
+    if (!series.is_target) continue;
+    targets.push_back(SeriesCategory(data, series.series));
+    for (std::size_t t = 0; t < result.times.size(); ++t) {
+      Node row = Node::array({Number(series.scenario[t]), Number(series.baseline[t]), Number(series.difference[t])});
+      if (limits) {
+        row.push_back(Number(series.lower[t]));
+        row.push_back(Number(series.upper[t]));
+      }
+      cells.push_back(std::move(row));
+    }
+  }
+  if (targets.empty()) return "The scenario has no target series";
+  Node times = Node::array();
+  for (const std::string& time : result.times) times.push_back(Category(time));
+  std::vector<Node> columns = {Category("Scenario", "", Format("number", 3)), Category("Baseline", "", Format("number", 3)),
+                               Category("Difference", "", Format("number", 3))};
+  std::vector<std::string> notes = {"The scenario sets " + data.names[result.root].label + " from " + result.start +
+                                    " to " + result.end + "; the difference is scenario minus baseline."};
+  if (limits) {
+    columns.push_back(Category("LCL", "", Format("number", 3)));
+    columns.push_back(Category("UCL", "", Format("number", 3)));
+    notes.push_back("The limits are those of " + support::FormatNumber(result.confidence_level * 100) +
+                    "% intervals of the scenario.");
+  }
+  return TableNode("Forecasted Values", Node::array({Dimension("Target", std::move(targets)),
+                                                     Dimension(data.time_label, std::move(times))}),
+                   Columns(columns), std::move(cells), notes);
+}
+
 }  // namespace engine::output

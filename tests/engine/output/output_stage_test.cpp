@@ -568,6 +568,102 @@ TEST_F(OutputStage, OutlierAndRootCauseResultsAreRead) {
   }
 }
 
+TEST_F(OutputStage, ScenarioResultsAreRead) {
+  // A scenario on an input of a target's model, over days 50 and 51, run to day 53; the target
+  // it reaches, another series given as a target it does not reach, and an entry whose paths
+  // are short.
+  std::size_t root = 0, child = 0;
+  for (const model::Equation& equation : system_.equations) {
+    for (const model::InputBlock& block : equation.blocks) {
+      if (!block.own) root = block.series, child = equation.series;
+    }
+  }
+  ASSERT_NE(root, child) << "the model has no input";
+  std::size_t other = 0;
+  while (other == root || other == child) ++other;
+  const auto Pieces = [&](std::size_t s) {
+    Json pieces = system_.series[s].dims;
+    pieces.push_back(system_.series[s].metric);
+    return pieces;
+  };
+  const Json null;
+  const Json times = {(kFirstDay + 50) * kDay, (kFirstDay + 51) * kDay, (kFirstDay + 52) * kDay, (kFirstDay + 53) * kDay};
+  const Json series = {
+      {{"series", Pieces(root)}, {"generation", 0}, {"isTarget", false}, {"largestEffect", 3.0},
+       {"relativeEffect", 1.5}, {"scenario", {5, 6, 7, 7}}, {"baseline", {2, 3, 7, 7}},
+       {"difference", {3, 3, 0, 0}}, {"lower", {5, 6, 6, 5}}, {"upper", {5, 6, 8, 9}}},
+      {{"series", Pieces(child)}, {"generation", 1}, {"isTarget", true}, {"largestEffect", 2.0},
+       {"relativeEffect", 0.5}, {"affectedInputs", {system_.series[root].id}}, {"scenario", {10, 12, 11, null}},
+       {"baseline", {10, 10, 10, null}}, {"difference", {0, 2, 1, null}}, {"lower", {9, 10, null, null}},
+       {"upper", {11, 14, 13, null}}},
+      {{"seriesID", system_.series[other].id}, {"generation", null}, {"isTarget", true},
+       {"scenario", {1, 1, 1, 1}}, {"baseline", {1, 1, 1, 1}}, {"difference", {0, 0, 0, 0}},
+       {"lower", {0, 0, 0, 0}}, {"upper", {2, 2, 2, 2}}},
+      {{"series", Pieces(child)}, {"generation", 1}, {"scenario", {1}}, {"baseline", {1}}, {"difference", {0}}}};
+  const Json archive = {
+      {"scenarioAnalysis",
+       {{"analysisSettings", {{"youngestGeneration", 2}, {"isConfidenceIntervals", true}, {"confidenceLevel", 0.9}}},
+        {"scenario",
+         {{"scenarioID", "S1"}, {"root", Pieces(root)}, {"start", times[0]}, {"end", times[1]},
+          {"furthest", times[3]}, {"substitutedValues", {5, 6}}}},
+        {"times", times},
+        {"series", series}}}};
+  support::ZipArchiveWriter writer;
+  ASSERT_TRUE(writer.AddText("TCMAnalysis.json", archive.dump()));
+  ASSERT_TRUE(writer.WriteTo(Path("sa.zip")));
+  ASSERT_TRUE(RunOutput("scored",
+                        "[{\"name\":\"action.scenarioAnalysisforSeries\"},{\"name\":\"action.scenario\"},"
+                        "{\"name\":\"action.ForecastedValuesForScenario\"}]",
+                        "[{\"name\":\"TCM\",\"uri\":\"" + Uri("model.zip") + "\"},{\"name\":\"TCMSA\",\"uri\":\"" +
+                            Uri("sa.zip") + "\"}]"))
+      << error_;
+  EXPECT_NE(messages_.find("do not hold one value per time"), std::string::npos) << messages_;
+  const Json action = Document()["tcm"]["action"];
+  const Json& tree = action["scenarioAnalysisforSeries"]["visualization"];
+  const Json& plots = action["scenarioAnalysisforSeries"]["subJson"];
+  const auto Text = [&](std::size_t s) {
+    return system_.series[s].metric + "-region:" + system_.series[s].dims[0];
+  };
+  EXPECT_EQ(CategoryTexts(tree, 0, 0), (std::vector<std::string>{Text(root), Text(child)}));
+  // Each artefact's rows, compared number by number (null where there is none); the tree by its
+  // series, parent and the two effect columns.
+  Json tree_rows = Json::array();
+  for (const Json& row : tree["dataArray"][0]["rows"]) tree_rows.push_back({row[0], row[1], row[5], row[6]});
+  struct Case {
+    std::string what;
+    Json got;
+    Json want;
+  };
+  const std::vector<Case> cases = {
+      {"definition", action["scenario"]["table"]["cells"],
+       {{"S1"}, {system_.series[root].metric + "-region:" + (system_.series[root].dims[0] == "east" ? "East coast" : "west")},
+        {"2015-02-20"}, {"2015-02-21"}, {"2015-02-23"}, {5}, {6}}},
+      {"forecasts", action["forecastedValuesforScenario"]["table"]["cells"],
+       {{10, 10, 0, 9, 11}, {12, 10, 2, 10, 14}, {11, 10, 1, null, 13}, {null, null, null, null, null},
+        {1, 1, 0, 0, 2}, {1, 1, 0, 0, 2}, {1, 1, 0, 0, 2}, {1, 1, 0, 0, 2}}},
+      {"tree", tree_rows, {{0, null, 3.0, 1.5}, {1, 0, 2.0, 0.5}}},
+      {"root plot", plots[Text(root)]["dataArray"][0]["rows"],
+       {{0, 5, 2, 5, 5}, {1, 6, 3, 6, 6}, {2, 7, 7, 6, 8}, {3, 7, 7, 5, 9}}},
+      {"target plot", plots[Text(child)]["dataArray"][0]["rows"],
+       {{0, 10, 10, 9, 11}, {1, 12, 10, 10, 14}, {2, 11, 10, null, 13}, {3, null, null, null, null}}},
+  };
+  for (const Case& one : cases) {
+    ASSERT_EQ(one.got.size(), one.want.size()) << one.what << ": " << one.got.dump();
+    for (std::size_t r = 0; r < one.want.size(); ++r) {
+      ASSERT_EQ(one.got[r].size(), one.want[r].size()) << one.what << " " << r;
+      for (std::size_t c = 0; c < one.want[r].size(); ++c) {
+        if (one.want[r][c].is_number()) {
+          EXPECT_DOUBLE_EQ(Cell(one.got[r][c]), one.want[r][c].get<double>()) << one.what << " " << r << " " << c;
+        } else {
+          EXPECT_EQ(one.got[r][c], one.want[r][c]) << one.what << " " << r << " " << c;
+        }
+      }
+    }
+  }
+  EXPECT_EQ(plots.size(), 3u);
+  EXPECT_EQ(plots[Text(child)]["scenarioPeriod"], Json::parse(R"({"from": 0, "to": 1})"));
+}
+
 TEST_F(OutputStage, BadConfigurationsAreReportedAndNothingIsWritten) {
   EXPECT_FALSE(RunOutput("scored", "[{\"name\":\"review.noSuchTable\"}]", ModelInput()));
   EXPECT_NE(error_.find("stage 'OutputComponent:TCMOutputComponent'"), std::string::npos) << error_;
