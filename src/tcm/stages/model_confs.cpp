@@ -241,6 +241,57 @@ std::string TcmRCAConf(const ValidSpec& spec, const std::vector<std::string>& se
   return conf.toString();
 }
 
+std::string TcmSAConf(const TCMAnlySpec& spec, const ScenarioSpec& scenario) {
+  TSJsonConf conf;
+  if (!scenario.seriesKey.empty()) {
+    JNIJSONArray root;
+    for (const std::string& value : scenario.seriesKey) root.add(value);
+    conf.put("rootTimeSeries", root);
+  }
+  const ScenarioPeriodSpec& period = spec.scenarioPeriod;
+  const auto periods = [](const std::vector<int32_t>& values) {
+    JNIJSONArray array;
+    for (int32_t value : values) array.add(static_cast<int>(value));
+    return array;
+  };
+  const bool dated = spec.isDateTimeSpec();
+  if (dated) {
+    conf.put("stdStartTime", static_cast<std::int64_t>(period.startTime));
+    conf.put("stdEndTime", static_cast<std::int64_t>(period.endTime));
+  } else {
+    conf.put("nonStdStartTime", periods(period.startPeriods));
+    conf.put("nonStdEndTime", periods(period.endPeriods));
+  }
+  JNIJSONArray values;
+  for (double value : scenario.actualValues) values.add(value);
+  conf.put("substitutedValues", values);
+  if (dated) {
+    conf.put("stdFurthestTime",
+             static_cast<std::int64_t>(period.hasPredictThru ? period.thruTime : period.endTime));
+  } else {
+    conf.put("nonStdFurthestTime", periods(period.hasPredictThru ? period.thruPeriods : period.endPeriods));
+  }
+  if (scenario.automaticEffects) {
+    conf.put("maxTargetsNum", static_cast<int>(spec.buildOptions.maxTargets));
+  } else {
+    // Every list of the scenario's ID counts; an ID no list has gives an empty array.
+    std::vector<SeriesArray> targets;
+    for (const TargetListSpec& list : spec.targetLists) {
+      if (Upper(list.listId) == Upper(scenario.targetListId))
+        targets.insert(targets.end(), list.seriesKeys.begin(), list.seriesKeys.end());
+    }
+    conf.put("targetTimeSeries", ToJson(targets));
+  }
+  conf.put("youngestGeneration", static_cast<int>(spec.buildOptions.maxLevels));
+  conf.put("isDataEncoded", true);
+  conf.put("isRawValues", true);
+  if (spec.buildOptions.predictedCI)
+    conf.put("isConfidenceIntervals", true);
+  conf.put("confidenceLevel", spec.buildOptions.ciLevel / 100.0);
+  conf.put("scenarioID", scenario.id);
+  return conf.toString();
+}
+
 std::string TcmScoreConf(const TCMAnlySpec& spec, bool outputPass) {
   TSJsonConf conf;
   JNIJSONObject fieldSetting;

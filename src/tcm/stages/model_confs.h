@@ -54,5 +54,10 @@ std::string TcmRCAConf(const ValidSpec& spec, const std::vector<std::string>& se
 // output pass, which scores all), forecasts when periods are asked for.
 std::string TcmScoreConf(const TCMAnlySpec& spec, bool outputPass);
 
+// The configuration of one scenario run (tcm:sa): its root series, the period and the values set
+// over it, how far the run goes, the targets (the command's maximum, or the series of every
+// target list of the scenario's list ID), the generations, and intervals only when asked for.
+std::string TcmSAConf(const TCMAnlySpec& spec, const ScenarioSpec& scenario);
+
 // The scenario command's configuration of the AR model series' scoring.
 std::string ArScoreConf(const TCMAnlySpec& spec);

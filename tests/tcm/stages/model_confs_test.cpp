@@ -185,6 +185,55 @@ TEST(ModelConfs, ScenarioScoreConfs) {
             std::string::npos);
 }
 
+// One scenario run's configuration, on a date-time axis and on a cyclic one: the furthest time
+// is PREDICTTHRU's when given, the targets the maximum or every list of the scenario's ID (none
+// when no list has it), and intervals are named only when asked for.
+TEST(ModelConfs, ScenarioRunConfs) {
+  TCMAnlySpec spec;
+  spec.buildOptions.maxTargets = 7;
+  spec.buildOptions.maxLevels = 2;
+  spec.buildOptions.ciLevel = 90;
+  spec.scenarioPeriod.startTime = 100, spec.scenarioPeriod.endTime = 200, spec.scenarioPeriod.thruTime = 300;
+  spec.scenarioPeriod.startPeriods = {2024, 1}, spec.scenarioPeriod.endPeriods = {2024, 3};
+  spec.scenarioPeriod.thruPeriods = {2024, 6};
+  spec.targetLists = {{"East_B", {}, {}, {{"East", "B", "sales"}}},
+                      {"other", {}, {}, {{"West", "A", "sales"}}},
+                      {"east_b", {}, {}, {{"East", "B", "returns"}}}};
+  ScenarioSpec scenario{"S1", "", "ads", "", true, true, {1.5, 2}, {}, {"East", "B", "ads"}};
+  struct Case {
+    const char *time_type;
+    bool thru, predicted_ci;
+    const char *list;  // nullptr: automatic effects
+    std::string expected;
+  } cases[] = {
+      {"DATETIMEVAR", false, false, nullptr,
+       R"({"rootTimeSeries":["East","B","ads"],"stdStartTime":100,"stdEndTime":200,)"
+       R"("substitutedValues":[1.5,2.0],"stdFurthestTime":200,"maxTargetsNum":7,"youngestGeneration":2,)"
+       R"("isDataEncoded":true,"isRawValues":true,"confidenceLevel":0.9,"scenarioID":"S1"})"},
+      {"CYCLICPERIODS", true, true, "EAST_B",
+       R"({"rootTimeSeries":["East","B","ads"],"nonStdStartTime":[2024,1],"nonStdEndTime":[2024,3],)"
+       R"("substitutedValues":[1.5,2.0],"nonStdFurthestTime":[2024,6],)"
+       R"("targetTimeSeries":[["East","B","sales"],["East","B","returns"]],"youngestGeneration":2,)"
+       R"("isDataEncoded":true,"isRawValues":true,"isConfidenceIntervals":true,"confidenceLevel":0.9,)"
+       R"("scenarioID":"S1"})"},
+      {"DATETIMEVAR", true, false, "nowhere", ""},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.time_type);
+    spec.timeType = c.time_type;
+    spec.scenarioPeriod.hasPredictThru = c.thru;
+    spec.buildOptions.predictedCI = c.predicted_ci;
+    scenario.automaticEffects = c.list == nullptr;
+    scenario.targetListId = c.list == nullptr ? "" : c.list;
+    const std::string conf = TcmSAConf(spec, scenario);
+    if (!c.expected.empty()) {
+      EXPECT_EQ(conf, c.expected);
+    } else {
+      EXPECT_NE(conf.find(R"("stdFurthestTime":300,"targetTimeSeries":[],)"), std::string::npos) << conf;
+    }
+  }
+}
+
 TEST(ModelConfs, SeriesFilterKeysUseTheirOwnFiltersOnly) {
   TCMModelValidSpecs spec = Model("/DATAFILTER DIMVALUES=region(INCLUDE=North) "
                                   "/SERIESFILTER FIELDS=sales price DIMVALUES=store(INCLUDE=3) "
