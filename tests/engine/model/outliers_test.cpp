@@ -12,6 +12,7 @@
 #include "engine/model/model_archive.h"
 #include "engine/model/outliers.h"
 #include "engine/output/output_data.h"
+#include "engine/preparation_json.h"
 #include "support/json_util.h"
 #include "support/temp_file.h"
 #include "support/zip_archive.h"
@@ -306,28 +307,9 @@ class OutlierStages : public ::testing::Test {
         table.columns[static_cast<std::size_t>(s + 1)].AppendReal(x(t, s));
     }
     ASSERT_TRUE(WriteAsbfWithModel(Path("prepared.asbf"), Path("prepared.xml"), table));
-    support::Json days = support::Json::array();
-    for (Eigen::Index t = 0; t < kTimes; ++t)
-      days.push_back(kFirstDay + t);
-    support::Json series = support::Json::array();
-    for (std::size_t s = 0; s < 5; ++s) {
-      series.push_back({{"id", std::to_string(s + 1)},
-                        {"dims", support::Json::array()},
-                        {"metric", kMetrics[s]},
-                        {"combination", 0}});
-    }
     const std::vector<std::string> metrics(std::begin(kMetrics), std::end(kMetrics));
-    const support::Json preparation = {
-        {"settings", {{"dimFieldList", {""}}, {"metricFieldList", metrics}}},
-        {"output",
-         {{"timeFormat", "date"},
-          {"timeVariable", days},
-          {"timeField", "date"},
-          {"interval", "DAY"},
-          {"increment", 1},
-          {"dimFieldList", {""}},
-          {"metricFieldList", metrics},
-          {"series", series}}}};
+    const support::Json preparation =
+        engine_tests::DailyPreparation("", {}, metrics, static_cast<int>(kFirstDay), static_cast<int>(kTimes));
     ASSERT_TRUE(WriteModelArchive(Path("model.zip"), TrueModel(), ModelDataModel(table, {}, metrics),
                                   preparation.dump()));
   }

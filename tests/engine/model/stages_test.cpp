@@ -11,6 +11,7 @@
 #include "support/json_util.h"
 #include "support/temp_file.h"
 #include "support/zip_archive.h"
+#include "engine/preparation_json.h"
 
 namespace engine {
 namespace {
@@ -56,32 +57,7 @@ Table PreparedTable(unsigned seed) {
 }
 
 std::string PreparationJson() {
-  support::Json days = support::Json::array();
-  for (int t = 0; t < kTimes; ++t)
-    days.push_back(16436 + t);
-  support::Json series = support::Json::array();
-  const char* regions[] = {"east", "west"};
-  const char* metrics[] = {"sales", "cost"};
-  for (int block = 0; block < 2; ++block) {
-    for (int m = 0; m < 2; ++m) {
-      series.push_back({{"id", std::to_string(block + 1) + "-" + std::to_string(m + 1)},
-                        {"dims", {regions[block]}},
-                        {"metric", metrics[m]},
-                        {"combination", block}});
-    }
-  }
-  support::Json document = {
-      {"settings", {{"dimFieldList", {"region"}}, {"metricFieldList", {"sales", "cost"}}}},
-      {"output",
-       {{"timeFormat", "date"},
-        {"timeVariable", days},
-        {"timeField", "date"},
-        {"interval", "DAY"},
-        {"increment", 1},
-        {"dimFieldList", {"region"}},
-        {"metricFieldList", {"sales", "cost"}},
-        {"series", series}}}};
-  return document.dump();
+  return engine_tests::DailyPreparation("region", {"east", "west"}, {"sales", "cost"}, 16436, kTimes).dump();
 }
 
 class ModelStages : public ::testing::Test {

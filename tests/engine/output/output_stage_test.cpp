@@ -14,6 +14,7 @@
 #include "support/json_util.h"
 #include "support/temp_file.h"
 #include "support/zip_archive.h"
+#include "engine/preparation_json.h"
 
 namespace engine {
 namespace {
@@ -58,33 +59,9 @@ Table PreparedTable() {
 }
 
 std::string PreparationJson() {
-  Json days = Json::array();
-  for (int t = 0; t < kTimes; ++t) days.push_back(kFirstDay + t);
-  Json series = Json::array();
-  const char* regions[] = {"east", "west"};
-  const char* metrics[] = {"sales", "cost"};
-  for (int block = 0; block < 2; ++block) {
-    for (int m = 0; m < 2; ++m) {
-      series.push_back({{"id", std::to_string(block + 1) + "-" + std::to_string(m + 1)},
-                        {"dims", {regions[block]}},
-                        {"metric", metrics[m]},
-                        {"combination", block},
-                        {"points", kTimes},
-                        {"missing", 0},
-                        {"imputed", 0}});
-    }
-  }
-  Json document = {{"settings", {{"dimFieldList", {"region"}}, {"metricFieldList", {"sales", "cost"}}}},
-                   {"output",
-                    {{"timeFormat", "date"},
-                     {"timeVariable", days},
-                     {"timeField", "date"},
-                     {"interval", "DAY"},
-                     {"increment", 1},
-                     {"dimFieldList", {"region"}},
-                     {"metricFieldList", {"sales", "cost"}},
-                     {"series", series},
-                     {"dropped", Json::array()}}}};
+  Json document = engine_tests::DailyPreparation("region", {"east", "west"}, {"sales", "cost"}, kFirstDay, kTimes,
+                                                    {{"points", kTimes}, {"missing", 0}, {"imputed", 0}});
+  document["output"]["dropped"] = Json::array();
   return document.dump();
 }
 

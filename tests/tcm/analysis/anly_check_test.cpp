@@ -1,6 +1,6 @@
 // Tests of TCM ANALYSIS's check on the converted data, over model systems that TCM MODEL builds
-// here: daily over region (4 values) and shelf (3), and cyclic without dimensions. The spec is
-// filled as its readers fill it; the engine converts the periods.
+// here: daily over region (4 values) and shelf (3), and cyclic without dimensions. The command's
+// settings object is filled as its readers fill it; the engine converts the periods.
 #include <cmath>
 #include <map>
 #include <optional>
